@@ -1,0 +1,34 @@
+# Flags shared by every target of the project.
+#
+# Pixel arithmetic is defined to the last bit, so the compiler may never fuse
+# a multiply and an add, nor reorder floating point.
+add_compile_options(-ffp-contract=off -fno-fast-math -Wall -Wextra)
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+  set(MORVA_X86_64 ON)
+else()
+  set(MORVA_X86_64 OFF)
+endif()
+
+if(MORVA_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# Instruction-set flags go on the files of that instruction set only. The files
+# belong to the object library made in src/, hence TARGET_DIRECTORY.
+function(morva_isa_sources)
+  if(NOT MORVA_X86_64)
+    return()
+  endif()
+  foreach(file IN LISTS ARGN)
+    if(file MATCHES "_avx2\\.cpp$")
+      set_source_files_properties(${file} TARGET_DIRECTORY morva_objects PROPERTIES COMPILE_OPTIONS "-mavx2")
+    elseif(file MATCHES "_ssse3\\.cpp$")
+      set_source_files_properties(${file} TARGET_DIRECTORY morva_objects PROPERTIES COMPILE_OPTIONS "-mssse3")
+    elseif(file MATCHES "_sse41\\.cpp$")
+      set_source_files_properties(${file} TARGET_DIRECTORY morva_objects PROPERTIES COMPILE_OPTIONS "-msse4.1")
+    endif()
+  endforeach()
+endfunction()
