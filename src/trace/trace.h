@@ -17,6 +17,9 @@ public:
     bool hasOutput = false;
     uint32_t threadId = 0;
     const char* name = nullptr;
+
+private:
+    bool indented_ = false;
 };
 
 // A formatted line through a scope. No newline is added.
