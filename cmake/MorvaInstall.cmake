@@ -16,5 +16,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/morvaConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/morvaConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morva)
 
+# The pkg-config file finds its prefix from its own place, so that an installed
+# tree can move.
+file(RELATIVE_PATH MORVA_PC_TO_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/morva.pc.in ${CMAKE_CURRENT_BINARY_DIR}/morva.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/morva.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
