@@ -96,6 +96,61 @@ struct BITMAPINFO {
 
 #pragma pack(pop)
 
+#if !defined(_WIN32)
+/* A drawing target stands where the platform has a device context: the
+ * library hands it the bitmap description and the pixels, and the target
+ * draws them at its origin at natural size, returning true if it did. */
+struct MorvaDrawTarget {
+    bool (*draw)(void* user, const BITMAPINFO* info, const uint8_t* pixels);
+    void* user;
+};
+typedef MorvaDrawTarget* HDC;
+
+/* A caller's canvas of 32-bit pixels, bytes blue, green, red, fourth. */
+struct MorvaCanvas {
+    uint8_t* pixels;
+    int32_t width;
+    int32_t height;
+    int32_t stride; /* bytes from one row to the next */
+};
+
+/* The drawing target of a canvas. It takes uncompressed 24-bit and 32-bit
+ * descriptions, top-down (negative height) or bottom-up, and refuses every
+ * other one. Pixels beyond the canvas are cut off; the fourth byte of 24-bit
+ * pixels becomes 255. */
+inline bool morvaDrawOnCanvas(void* user, const BITMAPINFO* info, const uint8_t* pixels) {
+    const MorvaCanvas* canvas = static_cast<const MorvaCanvas*>(user);
+    if (canvas == 0 || canvas->pixels == 0 || info == 0 || pixels == 0) return false;
+    const BITMAPINFOHEADER& h = info->bmiHeader;
+    const int bytesPerPixel = h.biBitCount / 8;
+    if (h.biCompression != 0 || (h.biBitCount != 24 && h.biBitCount != 32) || h.biWidth <= 0 ||
+        h.biHeight == 0 || h.biPlanes != 1)
+        return false;
+    const bool topDown = h.biHeight < 0;
+    const int32_t rows = topDown ? -h.biHeight : h.biHeight;
+    /* Source lines are padded to 4 bytes, as in every device-independent bitmap. */
+    const int64_t sourceStride = (int64_t(h.biWidth) * h.biBitCount + 31) / 32 * 4;
+    const int32_t width = h.biWidth < canvas->width ? h.biWidth : canvas->width;
+    const int32_t height = rows < canvas->height ? rows : canvas->height;
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* src = pixels + (topDown ? y : rows - 1 - y) * sourceStride;
+        uint8_t* dst = canvas->pixels + int64_t(y) * canvas->stride;
+        for (int32_t x = 0; x < width; ++x, src += bytesPerPixel, dst += 4) {
+            dst[0] = src[0];
+            dst[1] = src[1];
+            dst[2] = src[2];
+            dst[3] = bytesPerPixel == 4 ? src[3] : 255;
+        }
+    }
+    return true;
+}
+
+inline MorvaDrawTarget morvaCanvasTarget(MorvaCanvas* canvas) {
+    MorvaDrawTarget target = {&morvaDrawOnCanvas, canvas};
+    return target;
+}
+#endif
+
 #define MORVA_P_ sizeof(void*)
 static_assert(sizeof(PlaneEntry) == MORVA_P_ + 40 && offsetof(PlaneEntry, width) == MORVA_P_ &&
                   offsetof(PlaneEntry, stride) == MORVA_P_ + 20 &&
@@ -178,5 +233,28 @@ MORVA_API bool morvaGetBitmapInfoHeader(const TImage* image, BITMAPINFOHEADER* h
 MORVA_API bool morvaGetBitmapInfo(const TImage* image, BITMAPINFO* info);
 MORVA_API bool morvaUpdateImage(TImage* image, const uint8_t* data);
 MORVA_API bool morvaFlipImage(const TImage* image);
+
+/* Clear and copy. A copy resizes first, in the source's format, then
+ * converts. */
+MORVA_API bool morvaClearImage(TImage* image, uint8_t red, uint8_t green, uint8_t blue,
+                               uint8_t alpha);
+MORVA_API bool morvaCopyImage(const TImage* source, TImage* destination, int32_t interpolation,
+                              int32_t scaleMode);
+
+/* Layouts and composition. A layout text is "name:value;" pairs: rows,
+ * columns, width, height, margin-left, margin-top, margin-right,
+ * margin-bottom (percentages of a cell), border. An empty text removes the
+ * layout. */
+MORVA_API bool morvaSetLayout(const char* name, const char* layout);
+MORVA_API void morvaCalcImageDimension(int32_t width, int32_t height, int32_t& outWidth,
+                                       int32_t& outHeight);
+MORVA_API bool morvaRender(const char* layoutName, TImage* target, TImage* const* sources,
+                           int32_t count);
+MORVA_API bool morvaRenderFinalize(TImage* target);
+MORVA_API int32_t morvaPickFormat(const BITMAPINFOHEADER* const* headers, int32_t count,
+                                  int32_t minWidth, int32_t minHeight);
+
+/* Drawing an image at the origin of a device context or drawing target. */
+MORVA_API bool morvaDisplayImage(TImage* image, HDC deviceContext);
 
 #endif /* MORVA_H */
