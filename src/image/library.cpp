@@ -2,6 +2,7 @@
 // layouts work without, and survive a close.
 #include <atomic>
 
+#include "display/display_platform.h"
 #include "morva.h"
 #include "trace/trace.h"
 
@@ -14,9 +15,11 @@ std::atomic<bool> g_initialised{false};
 void morvaInit() {
     morva::CTraces scope("morvaInit()");
     if (g_initialised.exchange(true)) return;
+    morva::display_platform::start();
 }
 
 void morvaFinit() {
     morva::CTraces scope("morvaFinit()");
     if (!g_initialised.exchange(false)) return;
+    morva::display_platform::stop();
 }
