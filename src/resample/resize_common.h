@@ -1,0 +1,35 @@
+// Small helpers shared by the resampling families.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace morva {
+
+// p rounded up to a multiple of n bytes, n a power of two.
+template <class T>
+inline T* alignUp(const void* p, size_t n) {
+    const uintptr_t v = (reinterpret_cast<uintptr_t>(p) + (n - 1)) & ~uintptr_t(n - 1);
+    return reinterpret_cast<T*>(v);
+}
+
+// Truncation toward zero as the processor's conversion does it: a value
+// outside the 32-bit range, or NaN, gives INT32_MIN.
+inline int32_t truncToInt32(double v) {
+    if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
+    return static_cast<int32_t>(v);
+}
+
+// v limited to lo..hi before conversion; NaN gives lo. Table builders use it
+// where a position far outside the source must still give a safe index.
+inline int32_t clampToInt32(double v, int32_t lo, int32_t hi) {
+    if (!(v >= lo)) return lo;
+    if (v >= hi) return hi;
+    return static_cast<int32_t>(v);
+}
+
+inline int32_t clampSample(int32_t v, int32_t maxValue) {
+    return v < 0 ? 0 : (v > maxValue ? maxValue : v);
+}
+
+}  // namespace morva

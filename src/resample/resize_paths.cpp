@@ -1,0 +1,54 @@
+// Every resampling path of the resize kernels, named in one place. A new
+// interpolation family, the antialiasing path or an edge treatment joins by
+// one line here; whatever isn't listed is refused by resizePathAvailable.
+#include "morva.h"
+#include "resample/linear.h"
+#include "resample/nearest.h"
+#include "resample/resize_general.h"
+
+namespace morva {
+namespace {
+
+struct FamilyRow {
+    int32_t id;
+    ResizeFamily family;
+};
+
+// Interpolation ids (after degradation) and their families. Still to come:
+// INTER_CUBIC .. INTER_CUBIC_B05C03, INTER_LANCZOS, and INTER_SUPER (which
+// has no tables: usesTables false).
+constexpr FamilyRow kFamilies[] = {
+    {INTER_NN, {&resizeNearest, true}},
+    {INTER_LINEAR, {&resizeLinear, true}},
+};
+
+}  // namespace
+
+const ResizeFamily* findResizeFamily(int32_t id) {
+    for (const FamilyRow& row : kFamilies)
+        if (row.id == id) return &row.family;
+    return nullptr;
+}
+
+// Becomes &ownResizeAntialias once that path exists.
+ResizePathFn antialiasPath() { return nullptr; }
+
+// Becomes a lookup of the twelve edge routines (two kinds, 8u and 16u, one,
+// three and four channels) once they exist.
+EdgeTreatmentFn findEdgeTreatment(EdgeKind, int32_t, int32_t) { return nullptr; }
+
+IppStatus resizePathAvailable(const ResizeGeometry& g, int32_t depth, int32_t nChannels) {
+    const bool noAntialiasVariant = g.interpolation == INTER_NN || g.interpolation == INTER_SUPER;
+    if (g.antialiasing && !noAntialiasVariant) {
+        if (antialiasPath() == nullptr) return ippStsInterpolationErr;
+    } else if (findResizeFamily(g.interpolation) == nullptr) {
+        return ippStsInterpolationErr;
+    }
+    if (g.smoothEdge && findEdgeTreatment(EdgeKind::Smooth, depth, nChannels) == nullptr)
+        return ippStsInterpolationErr;
+    if (g.subpixelEdge && findEdgeTreatment(EdgeKind::Subpixel, depth, nChannels) == nullptr)
+        return ippStsInterpolationErr;
+    return ippStsNoErr;
+}
+
+}  // namespace morva

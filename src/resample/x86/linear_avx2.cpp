@@ -1,0 +1,76 @@
+// AVX2 forms of the linear blends: twice the SSE2 width, same operations.
+#include "resample/linear_forms.h"
+#include "resample/resize_common.h"
+
+#if MORVA_X86_64
+#include <immintrin.h>
+
+namespace morva {
+namespace {
+
+__m256i loadu(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+
+// Packs work within 128-bit lanes; this puts the four 64-bit quarters back
+// in sample order.
+__m256i inOrder(__m256i v) { return _mm256_permute4x64_epi64(v, 0xD8); }
+
+}  // namespace
+
+void linearBlend8uAvx2(const int16_t* a, const int16_t* b, uint8_t* dst, int32_t count,
+                       int32_t fraction) {
+    const __m256i w = _mm256_set1_epi32(int32_t(uint32_t(fraction) << 16 | uint32_t(16384 - fraction)));
+    const __m256i bias = _mm256_set1_epi32(524288);
+    // Sixteen results as 16-bit lanes, in order.
+    const auto sixteen = [&](int32_t i) {
+        const __m256i va = loadu(a + i), vb = loadu(b + i);
+        const __m256i lo = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(va, vb), w), bias);
+        const __m256i hi = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(va, vb), w), bias);
+        return _mm256_packs_epi32(_mm256_srai_epi32(lo, 20), _mm256_srai_epi32(hi, 20));
+    };
+    int32_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        const __m256i v = inOrder(_mm256_packus_epi16(sixteen(i), sixteen(i + 16)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), v);
+    }
+    if (i + 16 <= count) {
+        const __m256i v = sixteen(i);
+        const __m128i bytes = _mm_packus_epi16(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), bytes);
+        i += 16;
+    }
+    for (; i < count; ++i) {
+        const int32_t v = (a[i] * (16384 - fraction) + b[i] * fraction + 524288) >> 20;
+        dst[i] = uint8_t(clampSample(v, 255));
+    }
+}
+
+void linearBlend16uAvx2(const float* a, const float* b, uint16_t* dst, int32_t count,
+                        float fraction) {
+    const __m256 g = _mm256_set1_ps(fraction);
+    const __m256 half = _mm256_set1_ps(kBlend16uHalf);
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i top = _mm256_set1_epi32(65535);
+    const auto eight = [&](int32_t i) {
+        const __m256 va = _mm256_loadu_ps(a + i), vb = _mm256_loadu_ps(b + i);
+        const __m256 v = _mm256_add_ps(_mm256_add_ps(va, _mm256_mul_ps(_mm256_sub_ps(vb, va), g)), half);
+        return _mm256_min_epi32(_mm256_max_epi32(_mm256_cvttps_epi32(v), zero), top);
+    };
+    int32_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const __m256i v = inOrder(_mm256_packus_epi32(eight(i), eight(i + 8)));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), v);
+    }
+    if (i + 8 <= count) {
+        const __m256i v = eight(i);
+        const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), words);
+        i += 8;
+    }
+    for (; i < count; ++i) {
+        const float v = a[i] + (b[i] - a[i]) * fraction;
+        dst[i] = uint16_t(clampSample(truncToInt32(v + kBlend16uHalf), 65535));
+    }
+}
+
+}  // namespace morva
+#endif
