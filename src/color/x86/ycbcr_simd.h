@@ -1,0 +1,179 @@
+// 128-bit pieces of the YCbCr to RGB vector forms: loads of the source
+// layouts, the Q forms in 16-bit lanes, and stores of the output layouts.
+//
+// Everything here has internal linkage: the header is compiled into files of
+// different instruction sets, and their copies must never be merged.
+#pragma once
+
+#include "kernels/cpu.h"
+
+#if MORVA_X86_64
+
+#include <emmintrin.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace morva::ycbcr_simd {
+namespace {
+
+// A Q form as 16-bit lanes compute it (see yuv_fixed_point.h): luma factor,
+// chroma factors, whether the two green products are subtracted (true) or
+// added as products of negative factors (false), a bias added before the
+// shift, and the shift.
+struct QForm {
+    int16_t kY, kB, kGreenCb, kGreenCr, kR;
+    bool subtractGreen;
+    int16_t bias;
+    int shift;
+};
+constexpr QForm kQ3{4767, 8261, 1605, 3330, 6537, true, 0, 3};
+constexpr QForm kQ4Rounded{9535, 16523, -3211, -6660, 13074, false, 8, 4};
+constexpr QForm kQ4Truncated{9535, 16523, 3211, 6660, 13074, true, 0, 4};
+
+// The chroma part of each channel for 8 pixel pairs, 16-bit lanes.
+struct ChromaTerms {
+    __m128i b, g, r;
+};
+
+// 16 pixels as bytes, one register per channel.
+struct Bgr16 {
+    __m128i b, g, r;
+};
+
+// 16 pixels of YCbCr as 16-bit lanes: luma of pixels 0-7 and 8-15, and one
+// Cb and one Cr per pixel pair.
+struct Ycc16 {
+    __m128i y0, y1, cb, cr;
+};
+
+template <QForm F>
+inline ChromaTerms chromaTerms(__m128i cb, __m128i cr) {
+    const __m128i c128 = _mm_set1_epi16(128);
+    cb = _mm_slli_epi16(_mm_sub_epi16(cb, c128), 7);
+    cr = _mm_slli_epi16(_mm_sub_epi16(cr, c128), 7);
+    const __m128i gb = _mm_mulhi_epi16(cb, _mm_set1_epi16(F.kGreenCb));
+    const __m128i gr = _mm_mulhi_epi16(cr, _mm_set1_epi16(F.kGreenCr));
+    const __m128i g = F.subtractGreen ? _mm_sub_epi16(_mm_sub_epi16(_mm_setzero_si128(), gb), gr)
+                                      : _mm_add_epi16(gb, gr);
+    return {_mm_mulhi_epi16(cb, _mm_set1_epi16(F.kB)), g, _mm_mulhi_epi16(cr, _mm_set1_epi16(F.kR))};
+}
+
+// Scaled luma with the form's bias already added.
+template <QForm F>
+inline __m128i lumaTerm(__m128i y) {
+    y = _mm_slli_epi16(_mm_sub_epi16(y, _mm_set1_epi16(16)), 7);
+    return _mm_add_epi16(_mm_mulhi_epi16(y, _mm_set1_epi16(F.kY)), _mm_set1_epi16(F.bias));
+}
+
+// One channel of 16 pixels: each chroma term serves a pixel pair.
+template <QForm F>
+inline __m128i channel(__m128i y0, __m128i y1, __m128i c) {
+    const __m128i lo = _mm_srai_epi16(_mm_add_epi16(y0, _mm_unpacklo_epi16(c, c)), F.shift);
+    const __m128i hi = _mm_srai_epi16(_mm_add_epi16(y1, _mm_unpackhi_epi16(c, c)), F.shift);
+    return _mm_packus_epi16(lo, hi);
+}
+
+template <QForm F>
+inline Bgr16 applyTerms(const ChromaTerms& t, __m128i y0, __m128i y1) {
+    y0 = lumaTerm<F>(y0);
+    y1 = lumaTerm<F>(y1);
+    return {channel<F>(y0, y1, t.b), channel<F>(y0, y1, t.g), channel<F>(y0, y1, t.r)};
+}
+
+template <QForm F>
+inline Bgr16 convert(const Ycc16& in) {
+    return applyTerms<F>(chromaTerms<F>(in.cb, in.cr), in.y0, in.y1);
+}
+
+template <bool aligned>
+inline __m128i load(const uint8_t* p) {
+    if constexpr (aligned) return _mm_load_si128(reinterpret_cast<const __m128i*>(p));
+    else return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+
+template <bool aligned>
+inline void store(uint8_t* p, __m128i v) {
+    if constexpr (aligned) _mm_store_si128(reinterpret_cast<__m128i*>(p), v);
+    else _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
+}
+
+inline __m128i loadLow64(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
+
+inline __m128i loadLow32(const uint8_t* p) {
+    int32_t v;
+    std::memcpy(&v, p, 4);
+    return _mm_cvtsi32_si128(v);
+}
+
+// Packed groups Y0 Cb Y1 Cr, 8 pixels a register.
+inline Ycc16 splitYCbYCr(__m128i a, __m128i b) {
+    const __m128i lowBytes = _mm_set1_epi16(0x00FF);
+    return {_mm_and_si128(a, lowBytes), _mm_and_si128(b, lowBytes),
+            _mm_packs_epi32(_mm_srli_epi32(_mm_slli_epi32(a, 16), 24), _mm_srli_epi32(_mm_slli_epi32(b, 16), 24)),
+            _mm_packs_epi32(_mm_srli_epi32(a, 24), _mm_srli_epi32(b, 24))};
+}
+
+// Packed groups Cb Y0 Cr Y1.
+inline Ycc16 splitCbYCrY(__m128i a, __m128i b) {
+    const __m128i lowByte = _mm_set1_epi32(0xFF);
+    return {_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8),
+            _mm_packs_epi32(_mm_and_si128(a, lowByte), _mm_and_si128(b, lowByte)),
+            _mm_packs_epi32(_mm_srli_epi32(_mm_slli_epi32(a, 8), 24), _mm_srli_epi32(_mm_slli_epi32(b, 8), 24))};
+}
+
+// Planar: 16 luma bytes, 8 of each chroma plane.
+inline Ycc16 widenPlanar(__m128i y, __m128i cb, __m128i cr) {
+    const __m128i zero = _mm_setzero_si128();
+    return {_mm_unpacklo_epi8(y, zero), _mm_unpackhi_epi8(y, zero), _mm_unpacklo_epi8(cb, zero),
+            _mm_unpacklo_epi8(cr, zero)};
+}
+
+// Four pixels of the given bytes as 32-bit lanes c0 c1 c2 c3, for pixels
+// 0-3, 4-7, 8-11, 12-15.
+struct Quads {
+    __m128i q[4];
+};
+
+inline Quads interleave4(__m128i c0, __m128i c1, __m128i c2, __m128i c3) {
+    const __m128i lo01 = _mm_unpacklo_epi8(c0, c1), hi01 = _mm_unpackhi_epi8(c0, c1);
+    const __m128i lo23 = _mm_unpacklo_epi8(c2, c3), hi23 = _mm_unpackhi_epi8(c2, c3);
+    return {{_mm_unpacklo_epi16(lo01, lo23), _mm_unpackhi_epi16(lo01, lo23), _mm_unpacklo_epi16(hi01, hi23),
+             _mm_unpackhi_epi16(hi01, hi23)}};
+}
+
+// 16 or 8 pixels (the first `pixels` of the registers) as B G R A.
+template <bool aligned = false>
+inline void storeBgra(uint8_t* d, const Bgr16& c, __m128i alpha, int pixels) {
+    const Quads p = interleave4(c.b, c.g, c.r, alpha);
+    for (int i = 0; i < pixels / 4; ++i) store<aligned>(d + 16 * i, p.q[i]);
+}
+
+// Four pixels 0x00ccbbaa in 32-bit lanes to their 12 bytes at the bottom of
+// the register; the top 4 bytes are zero.
+inline __m128i compact3(__m128i p) {
+    const __m128i first = _mm_set_epi32(0, 0x00FFFFFF, 0, 0x00FFFFFF);
+    const __m128i second = _mm_set_epi32(0x0000FFFF, static_cast<int>(0xFF000000), 0x0000FFFF,
+                                         static_cast<int>(0xFF000000));
+    const __m128i q = _mm_or_si128(_mm_and_si128(p, first), _mm_and_si128(_mm_srli_epi64(p, 8), second));
+    return _mm_or_si128(_mm_move_epi64(q), _mm_slli_si128(_mm_srli_si128(q, 8), 6));
+}
+
+// 16 or 8 pixels as three bytes c0 c1 c2 each.
+inline void store3(uint8_t* d, __m128i c0, __m128i c1, __m128i c2, int pixels) {
+    const Quads p = interleave4(c0, c1, c2, _mm_setzero_si128());
+    const __m128i t0 = compact3(p.q[0]), t1 = compact3(p.q[1]);
+    store<false>(d, _mm_or_si128(t0, _mm_slli_si128(t1, 12)));
+    if (pixels == 8) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 16), _mm_srli_si128(t1, 4));
+        return;
+    }
+    const __m128i t2 = compact3(p.q[2]), t3 = compact3(p.q[3]);
+    store<false>(d + 16, _mm_or_si128(_mm_srli_si128(t1, 4), _mm_slli_si128(t2, 8)));
+    store<false>(d + 32, _mm_or_si128(_mm_srli_si128(t2, 8), _mm_slli_si128(t3, 4)));
+}
+
+}  // namespace
+}  // namespace morva::ycbcr_simd
+
+#endif
