@@ -303,6 +303,7 @@ const KernelTable<LinearRow8uFn>& linearRow8uTable(int32_t channels) {
         {"scalar", Isa::Scalar, &linearRow8uScalar<4>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &linearRow8uC4Sse2},
+        {"avx2", Isa::Avx2, &linearRow8uC4Avx2},
 #endif
     };
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);

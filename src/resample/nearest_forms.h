@@ -7,10 +7,8 @@
 namespace morva {
 
 #if MORVA_X86_64
-NearestRow<uint8_t> nearestRow8uC1Sse2, nearestRow8uC3Sse2, nearestRow8uC4Sse2;
-NearestRow<uint16_t> nearestRow16uC1Sse2, nearestRow16uC3Sse2, nearestRow16uC4Sse2;
-NearestRow<uint8_t> nearestRow8uC4Avx2;
-NearestRow<uint16_t> nearestRow16uC4Avx2;
+NearestRow<uint8_t> nearestRow8uC3Sse2, nearestRow8uC4Sse2;
+NearestRow<uint16_t> nearestRow16uC3Sse2, nearestRow16uC4Sse2;
 #endif
 
 }  // namespace morva

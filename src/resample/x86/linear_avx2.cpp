@@ -14,7 +14,43 @@ __m256i loadu(const void* p) { return _mm256_loadu_si256(static_cast<const __m25
 // in sample order.
 __m256i inOrder(__m256i v) { return _mm256_permute4x64_epi64(v, 0xD8); }
 
+// Pairs (a_s, b_s) of one column's pixel and its neighbour as 16-bit lanes,
+// two columns in the two halves. Reads p[k .. k + 7] of each column only.
+__m256i pairsOfFour(const uint8_t* p, int32_t k0, int32_t k1) {
+    const __m128i c0 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + k0));
+    const __m128i c1 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + k1));
+    const __m256i x = _mm256_inserti128_si256(_mm256_castsi128_si256(c0), c1, 1);
+    return _mm256_unpacklo_epi8(_mm256_unpacklo_epi8(x, _mm256_srli_si256(x, 4)), _mm256_setzero_si256());
+}
+
+// (w0, w1) of columns j and j + 1, each repeated over its half.
+__m256i weightPairs(const int16_t* weights, int32_t j) {
+    const __m128i two = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(weights + 2 * j));
+    return _mm256_permutevar8x32_epi32(_mm256_castsi128_si256(two), _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1));
+}
+
+__m256i roundQ8(__m256i sums) {
+    return _mm256_srai_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(128)), 8);
+}
+
 }  // namespace
+
+void linearRow8uC4Avx2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+                       int16_t* out, int32_t width) {
+    int32_t j = 0;
+    for (; j + 4 <= width; j += 4) {
+        const __m256i s01 = _mm256_madd_epi16(pairsOfFour(p, columns[j], columns[j + 1]), weightPairs(weights, j));
+        const __m256i s23 = _mm256_madd_epi16(pairsOfFour(p, columns[j + 2], columns[j + 3]), weightPairs(weights, j + 2));
+        // Halves hold columns (0, 2) and (1, 3) after the pack.
+        const __m256i packed = _mm256_packs_epi32(roundQ8(s01), roundQ8(s23));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * j), inOrder(packed));
+    }
+    for (; j < width; ++j) {
+        const int32_t k = columns[j];
+        for (int s = 0; s < 4; ++s)
+            out[4 * j + s] = int16_t((p[k + s] * weights[2 * j] + p[k + 4 + s] * weights[2 * j + 1] + 128) >> 8);
+    }
+}
 
 void linearBlend8uAvx2(const int16_t* a, const int16_t* b, uint8_t* dst, int32_t count,
                        int32_t fraction) {

@@ -1,5 +1,5 @@
-// SSE2 forms of the nearest neighbour row lookup. There is no gather before
-// AVX2: samples are picked in general registers and leave in wide stores.
+// SSE2 forms of the nearest neighbour row lookup for pixels of three and four
+// samples: a pixel moves as one wide word instead of sample by sample.
 #include "resample/nearest_forms.h"
 
 #if MORVA_X86_64
@@ -20,28 +20,6 @@ T load(const void* p) {
 template <class T>
 void store(void* p, T v) {
     std::memcpy(p, &v, sizeof(T));
-}
-
-// Samples of eight (8u) or four (16u) target pixels in one 64-bit word.
-template <class T>
-uint64_t gatherWord(const T* s, const int32_t* columns) {
-    constexpr int kCount = 8 / sizeof(T);
-    uint64_t word = 0;
-    for (int k = 0; k < kCount; ++k) word |= uint64_t(s[columns[k]]) << (8 * sizeof(T) * k);
-    return word;
-}
-
-template <class T>
-void lookupOneChannel(const T* s, const int32_t* columns, T* d, int32_t width) {
-    constexpr int32_t kPerStore = 16 / sizeof(T);
-    int32_t j = 0;
-    for (; j + kPerStore <= width; j += kPerStore) {
-        const uint64_t lo = gatherWord(s, columns + j);
-        const uint64_t hi = gatherWord(s, columns + j + kPerStore / 2);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + j),
-                         _mm_set_epi64x(int64_t(hi), int64_t(lo)));
-    }
-    for (; j < width; ++j) d[j] = s[columns[j]];
 }
 
 // Three samples copied as four: the fourth lands on the next pixel's first
@@ -65,16 +43,6 @@ void lookupThreeChannels(const T* s, int32_t srcWidth, const int32_t* columns, T
 }
 
 }  // namespace
-
-void nearestRow8uC1Sse2(const uint8_t* s, int32_t, const int32_t* columns, uint8_t* d,
-                        int32_t width) {
-    lookupOneChannel(s, columns, d, width);
-}
-
-void nearestRow16uC1Sse2(const uint16_t* s, int32_t, const int32_t* columns, uint16_t* d,
-                         int32_t width) {
-    lookupOneChannel(s, columns, d, width);
-}
 
 void nearestRow8uC3Sse2(const uint8_t* s, int32_t srcWidth, const int32_t* columns, uint8_t* d,
                         int32_t width) {
