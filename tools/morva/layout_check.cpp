@@ -1,0 +1,141 @@
+#include "layout_check.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "images.h"
+
+namespace morvatool {
+
+namespace {
+
+// Tokens between delimiters, and the rest behind the last one if it is not
+// empty; a text without the delimiter yields nothing. With a limit, splitting
+// stops after that many delimiters and the rest is one more token.
+std::vector<std::string_view> split(std::string_view text, char delimiter, size_t limit) {
+    std::vector<std::string_view> tokens;
+    size_t position = 0;
+    for (size_t found; (found = text.find(delimiter, position)) != std::string_view::npos;) {
+        tokens.push_back(text.substr(position, found - position));
+        position = found + 1;
+        if (limit != 0 && tokens.size() == limit) break;
+    }
+    if (!tokens.empty() && position < text.size()) tokens.push_back(text.substr(position));
+    return tokens;
+}
+
+std::string_view trimBlanks(std::string_view text) {
+    const size_t first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+bool sameName(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::toupper(static_cast<unsigned char>(x)) == std::toupper(static_cast<unsigned char>(y));
+           });
+}
+
+// strtol's reading, bounded to 32 bits.
+int64_t leadingInteger(std::string_view value) {
+    const std::string text(value);
+    errno = 0;
+    const long long number = std::strtoll(text.c_str(), nullptr, 10);
+    return std::clamp<long long>(number, INT32_MIN, INT32_MAX);
+}
+
+int64_t percentOf(int64_t percent, int64_t length) {
+    return int64_t(std::trunc(double(percent) * double(length) / 100.0));
+}
+
+// Offset and length of a cell along one axis, by a size and two margins.
+void place(int64_t& start, int64_t& length, int64_t cellLength, const std::optional<int64_t>& size,
+           const std::optional<int64_t>& before, const std::optional<int64_t>& after) {
+    length = size ? percentOf(*size, cellLength) : cellLength;
+    if (before)
+        start += percentOf(*before, cellLength);
+    else if (after)
+        start += cellLength - length - percentOf(*after, cellLength);
+}
+
+}  // namespace
+
+GridLayout parseLayoutText(std::string_view text) {
+    GridLayout layout;
+    struct Key {
+        std::string_view name;
+        std::optional<int64_t>* field;
+    };
+    std::optional<int64_t> rows, columns;
+    const Key keys[] = {{"rows", &rows},
+                        {"columns", &columns},
+                        {"width", &layout.width},
+                        {"height", &layout.height},
+                        {"margin-left", &layout.marginLeft},
+                        {"margin-top", &layout.marginTop},
+                        {"margin-right", &layout.marginRight},
+                        {"margin-bottom", &layout.marginBottom}};
+    for (std::string_view pair : split(text, ';', 0)) {
+        const std::vector<std::string_view> parts = split(pair, ':', 2);
+        if (parts.size() != 2) continue;
+        const std::string_view name = trimBlanks(parts[0]), value = trimBlanks(parts[1]);
+        for (const Key& key : keys)
+            if (sameName(name, key.name)) *key.field = value.empty() ? std::nullopt : std::optional(leadingInteger(value));
+    }
+    layout.rows = rows.value_or(1);
+    layout.columns = columns.value_or(1);
+    return layout;
+}
+
+CellRect cellOf(int64_t index, const GridLayout& layout, int32_t targetWidth, int32_t targetHeight) {
+    const int64_t column = index % layout.columns;
+    const int64_t row = std::min(index / layout.columns, layout.columns - 1);
+    const int64_t cellWidth = targetWidth / layout.columns, cellHeight = targetHeight / layout.rows;
+    CellRect cell{cellWidth * column, cellHeight * row, 0, 0};
+    place(cell.x, cell.width, cellWidth, layout.width, layout.marginLeft, layout.marginRight);
+    place(cell.y, cell.height, cellHeight, layout.height, layout.marginTop, layout.marginBottom);
+    return cell;
+}
+
+void checkPlacement(std::string_view text, int64_t count, int32_t targetWidth, int32_t targetHeight) {
+    const std::string quoted = "layout '" + std::string(text) + "'";
+    const GridLayout layout = parseLayoutText(text);
+    if (layout.rows < 1 || layout.columns < 1)
+        throw ToolError(quoted + " needs at least 1 row and 1 column (pairs end in ';')");
+    if (count > layout.rows * layout.columns)
+        throw ToolError(quoted + " has " + std::to_string(layout.rows * layout.columns) + " cells for " +
+                        std::to_string(count) + " inputs (pairs end in ';')");
+    for (int64_t index = 0; index < count; ++index) {
+        const std::string input = "input " + std::to_string(index + 1);
+        if (index / layout.columns > layout.columns - 1)
+            throw ToolError(quoted + " puts " + input +
+                            " in a row past the column count, which is never reached: use at least "
+                            "as many columns as rows");
+        const CellRect cell = cellOf(index, layout, targetWidth, targetHeight);
+        if (cell.x < 0 || cell.y < 0 || cell.x + std::max<int64_t>(cell.width, 0) > targetWidth ||
+            cell.y + std::max<int64_t>(cell.height, 0) > targetHeight)
+            throw ToolError(quoted + " places " + input + " outside the " + std::to_string(targetWidth) +
+                            "x" + std::to_string(targetHeight) + " target");
+    }
+}
+
+std::string defaultLayoutText(int64_t count, int32_t targetWidth, int32_t targetHeight, double aspect) {
+    count = std::max<int64_t>(count, 1);
+    int64_t bestRows = 1, bestColumns = count;
+    double bestRoom = -1.0;
+    for (int64_t columns = 1; columns <= count; ++columns) {
+        const int64_t rows = (count + columns - 1) / columns;
+        if (rows > columns) continue;
+        const double room = std::min(double(targetWidth / columns), double(targetHeight / rows) * aspect);
+        const bool better = room > bestRoom || (room == bestRoom && rows * columns < bestRows * bestColumns);
+        if (better) bestRoom = room, bestRows = rows, bestColumns = columns;
+    }
+    return "rows:" + std::to_string(bestRows) + ";columns:" + std::to_string(bestColumns) + ";";
+}
+
+}  // namespace morvatool

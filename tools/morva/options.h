@@ -1,0 +1,48 @@
+// The command line of the morva tool.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "images.h"
+#include "y4m_io.h"
+
+namespace morvatool {
+
+enum class OutputKind { Png, Y4m };
+
+struct ComposeOptions {
+    std::string layout;  // empty: a near-square grid for the number of inputs
+    int32_t width = 1280;
+    int32_t height = 720;
+    int32_t format = 11;          // FORMAT_RGB32
+    int32_t scaleMode = 1;        // fit
+    int32_t interpolation = 2;    // INTER_LINEAR
+    bool antialias = false;
+    Rgb background;
+    std::string output;
+    OutputKind outputKind = OutputKind::Png;
+    std::optional<Y4mChroma> chroma;  // Y4M output; unset: follows the target format
+    std::optional<int64_t> maxFrames;
+    bool quiet = false;
+    std::vector<std::string> inputs;
+};
+
+enum class Command { Help, Version, Compose };
+
+struct CommandLine {
+    Command command = Command::Help;
+    ComposeOptions compose;
+};
+
+// Throws ToolError with a one-line message for anything it can't accept.
+CommandLine parseCommandLine(int argc, const char* const* argv);
+
+std::string helpText();
+
+// The interpolation value that a source's attributes get.
+int32_t interpolationValue(const ComposeOptions& options);
+
+}  // namespace morvatool
