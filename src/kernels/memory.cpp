@@ -56,6 +56,7 @@ const KernelTable<CopyBytesFn>& copyBytesTable() {
         {"scalar", Isa::Scalar, &copyBytesScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &copyBytesSse2},
+        {"avx2", Isa::Avx2, &copyBytesAvx2},
 #endif
     };
     return table;
@@ -66,6 +67,7 @@ const KernelTable<ZeroBytesFn>& zeroBytesTable() {
         {"scalar", Isa::Scalar, &zeroBytesScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &zeroBytesSse2},
+        {"avx2", Isa::Avx2, &zeroBytesAvx2},
 #endif
     };
     return table;
@@ -76,6 +78,7 @@ const KernelTable<CopyRowFn>& copyRowTable() {
         {"scalar", Isa::Scalar, &copyRowScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &copyRowSse2},
+        {"avx2", Isa::Avx2, &copyRowAvx2},
 #endif
     };
     return table;

@@ -41,6 +41,9 @@ const KernelTable<CopyRowFn>& copyRowTable();
 void copyBytesSse2(const uint8_t* src, uint8_t* dst, size_t n, CacheSizeFn cacheSize);
 void zeroBytesSse2(uint8_t* dst, size_t n, CacheSizeFn cacheSize);
 void copyRowSse2(const uint8_t* src, uint8_t* dst, size_t n, bool nonTemporal);
+void copyBytesAvx2(const uint8_t* src, uint8_t* dst, size_t n, CacheSizeFn cacheSize);
+void zeroBytesAvx2(uint8_t* dst, size_t n, CacheSizeFn cacheSize);
+void copyRowAvx2(const uint8_t* src, uint8_t* dst, size_t n, bool nonTemporal);
 #endif
 
 }  // namespace morva

@@ -20,6 +20,7 @@ const KernelTable<MirrorFn>& mirrorC4Table();
 // Instantiated for pixels of 1, 3 and 4 bytes.
 template <int PixelBytes>
 void mirrorSse2(uint8_t* plane, ptrdiff_t step, int32_t width, int32_t height, int32_t flip);
+void mirrorC3Ssse3(uint8_t* plane, ptrdiff_t step, int32_t width, int32_t height, int32_t flip);
 #endif
 
 }  // namespace morva

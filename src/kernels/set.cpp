@@ -52,6 +52,7 @@ const KernelTable<SetRowsFn>& setTable() {
         {"scalar", Isa::Scalar, &setScalar<PixelBytes>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &setSse2<PixelBytes>},
+        {"avx2", Isa::Avx2, &setAvx2<PixelBytes>},
 #endif
     };
     return table;

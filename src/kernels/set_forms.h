@@ -22,9 +22,12 @@ const KernelTable<SetRowsFn>& setC3Table();
 const KernelTable<SetRowsFn>& setC4Table();
 
 #if MORVA_X86_64
-// Instantiated for pixels of 1, 2, 3 and 4 bytes.
+// Each instantiated for pixels of 1, 2, 3 and 4 bytes.
 template <int PixelBytes>
 void setSse2(uint8_t* dst, ptrdiff_t dstStep, size_t rowBytes, int32_t rows, const uint8_t* pixel,
+             bool nonTemporal);
+template <int PixelBytes>
+void setAvx2(uint8_t* dst, ptrdiff_t dstStep, size_t rowBytes, int32_t rows, const uint8_t* pixel,
              bool nonTemporal);
 #endif
 

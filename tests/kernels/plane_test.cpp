@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "common/testing.h"
@@ -62,7 +63,8 @@ class MirrorForms : public ::testing::TestWithParam<std::tuple<int, int32_t>> {}
 
 TEST_P(MirrorForms, MatchTheReference) {
     MORVA_SEED_TRACE();
-    const auto [pixelBytes, flip] = GetParam();
+    const int pixelBytes = std::get<0>(GetParam());
+    const int32_t flip = std::get<1>(GetParam());
     Rng rng(10 + pixelBytes * 3 + flip);
     forEachForm(mirrorTableFor(pixelBytes), [&](MirrorFn fn) {
         for (int32_t width : testing::testWidths()) {
@@ -163,7 +165,7 @@ TEST_P(SetForms, FillEveryPixelAndNothingElse) {
         for (int32_t width : testing::testWidths())
             for (int32_t height : {1, 3})
                 for (int32_t padding : {0, 7})
-                    for (size_t misalignment = 0; misalignment < 16; ++misalignment)
+                    for (size_t misalignment = 0; misalignment < 32; ++misalignment)
                         for (bool nonTemporal : {false, true}) {
                             Plane plane(width, height, pixelBytes, padding, misalignment);
                             uint8_t pixel[4];

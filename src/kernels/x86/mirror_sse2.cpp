@@ -1,26 +1,14 @@
-// SSE2 forms of the mirror family. A block of pixels is loaded, reversed in
-// registers and stored at the mirrored place; what is left over at the end of
-// a row goes pixel by pixel.
-//
-// All loads and stores are unaligned: on x86-64 processors of today they cost
-// nothing extra on aligned rows, so one form serves aligned and unaligned
-// planes alike.
+// SSE2 forms of the mirror family: pixel reversal in registers by word and
+// dword shuffles.
 #include "kernels/cpu.h"
 
 #if MORVA_X86_64
 
-#include <emmintrin.h>
-
-#include <utility>
-
 #include "kernels/mirror_forms.h"
-#include "kernels/plane.h"
+#include "kernels/x86/mirror_blocks.h"
 
 namespace morva {
 namespace {
-
-__m128i load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-void store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
 __m128i reverseBytes(__m128i x) {
     x = _mm_shuffle_epi32(x, _MM_SHUFFLE(0, 1, 2, 3));
@@ -75,120 +63,31 @@ struct Pixels<3> {
         return _mm_load_si128(reinterpret_cast<const __m128i*>(kMasks.bytes[phase][r]));
     }
 
+    // Register R of the block with bytes 0 and 2 of every pixel exchanged.
+    template <int R>
+    static __m128i exchangeOuterChannels(const __m128i (&x)[3]) {
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i previous = R > 0 ? x[R > 0 ? R - 1 : 0] : zero;
+        const __m128i next = R < 2 ? x[R < 2 ? R + 1 : 2] : zero;
+        // Byte i of `later` holds block byte i + 2, of `earlier` byte i - 2.
+        const __m128i later = _mm_or_si128(_mm_srli_si128(x[R], 2), _mm_slli_si128(next, 14));
+        const __m128i earlier = _mm_or_si128(_mm_slli_si128(x[R], 2), _mm_srli_si128(previous, 14));
+        return _mm_or_si128(_mm_and_si128(x[R], mask(1, R)),
+                            _mm_or_si128(_mm_and_si128(later, mask(0, R)), _mm_and_si128(earlier, mask(2, R))));
+    }
+
     static void reverse(__m128i (&v)[kRegs]) {
         const __m128i x[3] = {reverseBytes(v[2]), reverseBytes(v[1]), reverseBytes(v[0])};
-        const __m128i zero = _mm_setzero_si128();
-        for (int r = 0; r < 3; ++r) {
-            const __m128i previous = r > 0 ? x[r - 1] : zero;
-            const __m128i next = r < 2 ? x[r + 1] : zero;
-            // Byte i of `later` holds block byte i + 2, of `earlier` byte i - 2.
-            const __m128i later = _mm_or_si128(_mm_srli_si128(x[r], 2), _mm_slli_si128(next, 14));
-            const __m128i earlier = _mm_or_si128(_mm_slli_si128(x[r], 2), _mm_srli_si128(previous, 14));
-            v[r] = _mm_or_si128(_mm_and_si128(x[r], mask(1, r)),
-                                _mm_or_si128(_mm_and_si128(later, mask(0, r)),
-                                             _mm_and_si128(earlier, mask(2, r))));
-        }
+        v[0] = exchangeOuterChannels<0>(x);
+        v[1] = exchangeOuterChannels<1>(x);
+        v[2] = exchangeOuterChannels<2>(x);
     }
 };
-
-template <class P>
-struct Block {
-    __m128i v[P::kRegs];
-
-    static Block load(const uint8_t* p) {
-        Block b;
-        for (int r = 0; r < P::kRegs; ++r) b.v[r] = load16(p + 16 * r);
-        return b;
-    }
-    void store(uint8_t* p) const {
-        for (int r = 0; r < P::kRegs; ++r) store16(p + 16 * r, v[r]);
-    }
-    Block reversed() const {
-        Block b = *this;
-        P::reverse(b.v);
-        return b;
-    }
-};
-
-template <int PixelBytes>
-void swapPixels(uint8_t* a, uint8_t* b) {
-    for (int k = 0; k < PixelBytes; ++k) std::swap(a[k], b[k]);
-}
-
-template <class P>
-uint8_t* pixelAt(uint8_t* row, int32_t c) {
-    return row + ptrdiff_t(c) * P::kBytes;
-}
-
-// Reverses the pixels of one row: blocks from both ends towards the middle,
-// then single pixels.
-template <class P>
-void reverseRow(uint8_t* row, int32_t width) {
-    constexpr int32_t k = P::kPerBlock;
-    int32_t left = 0, right = width;
-    for (; right - left >= 2 * k; left += k, right -= k) {
-        const Block<P> a = Block<P>::load(pixelAt<P>(row, left));
-        const Block<P> b = Block<P>::load(pixelAt<P>(row, right - k));
-        b.reversed().store(pixelAt<P>(row, left));
-        a.reversed().store(pixelAt<P>(row, right - k));
-    }
-    for (--right; left < right; ++left, --right)
-        swapPixels<P::kBytes>(pixelAt<P>(row, left), pixelAt<P>(row, right));
-}
-
-// Exchanges pixel c of `top` with pixel width-1-c of `bottom`, for every c.
-template <class P>
-void exchangeReversed(uint8_t* top, uint8_t* bottom, int32_t width) {
-    constexpr int32_t k = P::kPerBlock;
-    int32_t c = 0;
-    for (; c + k <= width; c += k) {
-        const Block<P> a = Block<P>::load(pixelAt<P>(top, c));
-        const Block<P> b = Block<P>::load(pixelAt<P>(bottom, width - c - k));
-        b.reversed().store(pixelAt<P>(top, c));
-        a.reversed().store(pixelAt<P>(bottom, width - c - k));
-    }
-    for (; c < width; ++c) swapPixels<P::kBytes>(pixelAt<P>(top, c), pixelAt<P>(bottom, width - 1 - c));
-}
-
-// Exchanges two rows of n bytes, the same for every pixel size.
-void exchangeRows(uint8_t* a, uint8_t* b, size_t n) {
-    size_t i = 0;
-    for (; i + 32 <= n; i += 32) {
-        const __m128i a0 = load16(a + i), a1 = load16(a + i + 16);
-        const __m128i b0 = load16(b + i), b1 = load16(b + i + 16);
-        store16(a + i, b0);
-        store16(a + i + 16, b1);
-        store16(b + i, a0);
-        store16(b + i + 16, a1);
-    }
-    if (i + 16 <= n) {
-        const __m128i a0 = load16(a + i), b0 = load16(b + i);
-        store16(a + i, b0);
-        store16(b + i, a0);
-        i += 16;
-    }
-    for (; i < n; ++i) std::swap(a[i], b[i]);
-}
-
 }  // namespace
 
 template <int PixelBytes>
 void mirrorSse2(uint8_t* plane, ptrdiff_t step, int32_t width, int32_t height, int32_t flip) {
-    using P = Pixels<PixelBytes>;
-    const auto row = [&](int32_t r) { return plane + r * step; };
-    switch (flip) {
-    case ippAxsHorizontal:
-        for (int32_t r = 0; r < height / 2; ++r)
-            exchangeRows(row(r), row(height - 1 - r), size_t(width) * PixelBytes);
-        break;
-    case ippAxsVertical:
-        for (int32_t r = 0; r < height; ++r) reverseRow<P>(row(r), width);
-        break;
-    case ippAxsBoth:
-        for (int32_t r = 0; r < height / 2; ++r) exchangeReversed<P>(row(r), row(height - 1 - r), width);
-        if (height % 2 == 1) reverseRow<P>(row(height / 2), width);
-        break;
-    }
+    mirrorBlocks<Pixels<PixelBytes>>(plane, step, width, height, flip);
 }
 
 template void mirrorSse2<1>(uint8_t*, ptrdiff_t, int32_t, int32_t, int32_t);
