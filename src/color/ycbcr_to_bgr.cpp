@@ -242,6 +242,7 @@ const KernelTable<Packed422ToBgraFn>& yuy2ToBgraTable() {
         {"scalar", Isa::Scalar, &ycbcr::yuy2ToBgraScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::yuy2ToBgraSse2},
+        {"avx2", Isa::Avx2, &ycbcr::yuy2ToBgraAvx2},
 #endif
     };
     return table;
@@ -262,6 +263,7 @@ const KernelTable<Packed422ToBgraFn>& uyvyToBgraTable() {
         {"scalar", Isa::Scalar, &ycbcr::uyvyToBgraScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::uyvyToBgraSse2},
+        {"avx2", Isa::Avx2, &ycbcr::uyvyToBgraAvx2},
 #endif
     };
     return table;
@@ -292,6 +294,7 @@ const KernelTable<Planar3ToBgrFn>& planar420ToBgrTable() {
         {"scalar", Isa::Scalar, &ycbcr::planar420ToBgrScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::planar420ToBgrSse2},
+        {"avx2", Isa::Avx2, &ycbcr::planar420ToBgrAvx2},
 #endif
     };
     return table;

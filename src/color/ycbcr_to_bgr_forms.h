@@ -43,9 +43,9 @@ Planar422Row planar422ToBgrTail;
 Planar420RowPair planar420ToBgrTail;
 
 #if MORVA_X86_64
-Packed422ToBgraKernel yuy2ToBgraSse2, uyvyToBgraSse2;
+Packed422ToBgraKernel yuy2ToBgraSse2, uyvyToBgraSse2, yuy2ToBgraAvx2, uyvyToBgraAvx2;
 Packed422ToBgrKernel yuy2ToBgrSse2, uyvyToRgbSse2;
-Planar3ToBgrKernel planar422ToBgrSse2, planar420ToBgrSse2;
+Planar3ToBgrKernel planar422ToBgrSse2, planar420ToBgrSse2, planar420ToBgrAvx2;
 #endif
 
 }  // namespace morva::ycbcr

@@ -33,8 +33,10 @@ struct Packer {
         return _mm_or_si128(_mm_or_si128(red, green), _mm_srl_epi16(b, blueDrop));
     }
 
+    static constexpr int kBytes = 2;
+
     // The first 16, 8 or 4 pixels of c.
-    void store(uint8_t* d, const Bgr16& c, int pixels) const {
+    void operator()(uint8_t* d, const Bgr16& c, int pixels) const {
         const __m128i zero = _mm_setzero_si128();
         const __m128i lo = words(_mm_unpacklo_epi8(c.b, zero), _mm_unpacklo_epi8(c.g, zero),
                                  _mm_unpacklo_epi8(c.r, zero));
@@ -51,42 +53,22 @@ struct Packer {
 };
 
 void packedRow(const uint8_t* src, uint8_t* dst, int64_t count, const Bgr16Layout& layout) {
-    const Packer packer(layout);
-    const int64_t end = count & ~int64_t(7);
-    int64_t x = 0;
-    for (; x + 16 <= end; x += 16) {
-        const Ycc16 v = splitYCbYCr(load<false>(src + 2 * x), load<false>(src + 2 * x + 16));
-        packer.store(dst + 2 * x, convert<kQ4Truncated>(v), 16);
-    }
-    if (x < end) {
-        const __m128i s = load<false>(src + 2 * x);
-        packer.store(dst + 2 * x, convert<kQ4Truncated>(splitYCbYCr(s, s)), 8);
-    }
+    packedBlocks<kQ4Truncated, splitYCbYCr, false>(src, dst, 0, count & ~int64_t(7), Packer(layout));
     packedTail(src, dst, count, layout);
 }
 
-// Both rows of a pair take the same chroma terms.
+// Blocks of 16 and 8, then one of 4; the rest by the scalar columns.
 void planarRowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* dst0,
                    uint8_t* dst1, int32_t width, const Bgr16Layout& layout) {
     const Packer packer(layout);
-    const __m128i zero = _mm_setzero_si128();
-    const auto pair = [&](int32_t x, __m128i l0, __m128i l1, __m128i u, __m128i v, int pixels) {
-        const ChromaTerms t = chromaTerms<kQ4Truncated>(_mm_unpacklo_epi8(u, zero), _mm_unpacklo_epi8(v, zero));
-        packer.store(dst0 + 2 * x,
-                     applyTerms<kQ4Truncated>(t, _mm_unpacklo_epi8(l0, zero), _mm_unpackhi_epi8(l0, zero)), pixels);
-        packer.store(dst1 + 2 * x,
-                     applyTerms<kQ4Truncated>(t, _mm_unpacklo_epi8(l1, zero), _mm_unpackhi_epi8(l1, zero)), pixels);
-    };
-    int32_t x = 0;
-    for (; x + 16 <= width; x += 16)
-        pair(x, load<false>(y0 + x), load<false>(y1 + x), loadLow64(cb + x / 2), loadLow64(cr + x / 2), 16);
-    if (x + 8 <= width) {
-        pair(x, loadLow64(y0 + x), loadLow64(y1 + x), loadLow32(cb + x / 2), loadLow32(cr + x / 2), 8);
-        x += 8;
-    }
+    int32_t x = planarPairBlocks<kQ4Truncated>(y0, y1, cb, cr, dst0, dst1, 0, width & ~7, packer);
     if (x + 4 <= width) {
-        pair(x, loadLow32(y0 + x), loadLow32(y1 + x), _mm_cvtsi32_si128(cb[x / 2] | cb[x / 2 + 1] << 8),
-             _mm_cvtsi32_si128(cr[x / 2] | cr[x / 2 + 1] << 8), 4);
+        const __m128i zero = _mm_setzero_si128();
+        const ChromaTerms t =
+            chromaTerms<kQ4Truncated>(_mm_unpacklo_epi8(_mm_cvtsi32_si128(cb[x / 2] | cb[x / 2 + 1] << 8), zero),
+                                      _mm_unpacklo_epi8(_mm_cvtsi32_si128(cr[x / 2] | cr[x / 2 + 1] << 8), zero));
+        packer(dst0 + 2 * x, applyTerms<kQ4Truncated>(t, _mm_unpacklo_epi8(loadLow32(y0 + x), zero), zero), 4);
+        packer(dst1 + 2 * x, applyTerms<kQ4Truncated>(t, _mm_unpacklo_epi8(loadLow32(y1 + x), zero), zero), 4);
         x += 4;
     }
     planarColumns(y0, cb, cr, dst0, x, width, layout);

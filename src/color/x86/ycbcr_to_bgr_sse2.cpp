@@ -15,37 +15,6 @@ namespace {
 
 using namespace ycbcr_simd;
 
-template <bool aligned>
-struct BgraOut {
-    static constexpr int kBytes = 4;
-    __m128i alpha;
-    void operator()(uint8_t* d, const Bgr16& c, int pixels) const { storeBgra<aligned>(d, c, alpha, pixels); }
-};
-
-struct BgrOut {
-    static constexpr int kBytes = 3;
-    void operator()(uint8_t* d, const Bgr16& c, int pixels) const { store3(d, c.b, c.g, c.r, pixels); }
-};
-
-struct RgbOut {
-    static constexpr int kBytes = 3;
-    void operator()(uint8_t* d, const Bgr16& c, int pixels) const { store3(d, c.r, c.g, c.b, pixels); }
-};
-
-using Split = Ycc16 (*)(__m128i, __m128i);
-
-// Pixels [0, end) of a packed row, end a multiple of 8.
-template <QForm F, Split split, bool aligned, class Out>
-void packedBody(const uint8_t* src, uint8_t* dst, int32_t end, const Out& out) {
-    int32_t x = 0;
-    for (; x + 16 <= end; x += 16)
-        out(dst + x * Out::kBytes, convert<F>(split(load<aligned>(src + 2 * x), load<aligned>(src + 2 * x + 16))), 16);
-    if (x < end) {
-        const __m128i v = load<aligned>(src + 2 * x);
-        out(dst + x * Out::kBytes, convert<F>(split(v, v)), 8);
-    }
-}
-
 // Pixels [from, to) of a packed row, fewer than 8, through a local block.
 template <QForm F, Split split, class Out>
 void packedPartial(const uint8_t* src, uint8_t* dst, int32_t from, int32_t to, const Out& out) {
@@ -59,69 +28,47 @@ void packedPartial(const uint8_t* src, uint8_t* dst, int32_t from, int32_t to, c
 }
 
 void yuy2ToBgraRow(const uint8_t* src, uint8_t* dst, int32_t width, uint8_t alpha) {
-    packedBody<kQ3, splitYCbYCr, false>(src, dst, bodyWidth(width), BgraOut<false>{_mm_set1_epi8(char(alpha))});
+    packedBlocks<kQ3, splitYCbYCr, false>(src, dst, 0, bodyWidth(width), BgraOut<false>{_mm_set1_epi8(char(alpha))});
     yuy2ToBgraTail(src, dst, width, alpha);
 }
 
 // Every pair is part of the vector body here, the last few through a local
 // block; only an odd last pixel is scalar.
 void yuy2ToBgrRow(const uint8_t* src, uint8_t* dst, int32_t width, uint8_t alpha) {
-    packedBody<kQ4Rounded, splitYCbYCr, false>(src, dst, bodyWidth(width), BgrOut{});
+    packedBlocks<kQ4Rounded, splitYCbYCr, false>(src, dst, 0, bodyWidth(width), BgrOut{});
     packedPartial<kQ4Rounded, splitYCbYCr>(src, dst, bodyWidth(width), width & ~1, BgrOut{});
     yuy2ToBgrOddPixel(src, dst, width, alpha);
 }
 
 template <bool aligned>
 void uyvyToBgraRow(const uint8_t* src, uint8_t* dst, int32_t width, uint8_t alpha) {
-    packedBody<kQ4Rounded, splitCbYCrY, aligned>(src, dst, bodyWidth(width),
-                                                  BgraOut<aligned>{_mm_set1_epi8(char(alpha))});
+    packedBlocks<kQ4Rounded, splitCbYCrY, aligned>(src, dst, 0, bodyWidth(width),
+                                                    BgraOut<aligned>{_mm_set1_epi8(char(alpha))});
     uyvyToBgraTail(src, dst, width, alpha);
 }
 
 void uyvyToRgbRow(const uint8_t* src, uint8_t* dst, int32_t width, uint8_t alpha) {
-    packedBody<kQ4Rounded, splitCbYCrY, false>(src, dst, bodyWidth(width), RgbOut{});
+    packedBlocks<kQ4Rounded, splitCbYCrY, false>(src, dst, 0, bodyWidth(width), RgbOut{});
     uyvyToRgbTail(src, dst, width, alpha);
 }
 
 void planar422ToBgrRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t width) {
     const int32_t end = bodyWidth(width);
     int32_t x = 0;
-    for (; x + 16 <= end; x += 16) {
-        const Ycc16 v = widenPlanar(load<false>(y + x), loadLow64(cb + x / 2), loadLow64(cr + x / 2));
-        const Bgr16 c = convert<kQ4Rounded>(v);
-        store3(dst + 3 * x, c.b, c.g, c.r, 16);
-    }
-    if (x < end) {
-        const Ycc16 v = widenPlanar(loadLow64(y + x), loadLow32(cb + x / 2), loadLow32(cr + x / 2));
-        const Bgr16 c = convert<kQ4Rounded>(v);
-        store3(dst + 3 * x, c.b, c.g, c.r, 8);
-    }
+    for (; x + 16 <= end; x += 16)
+        BgrOut{}(dst + 3 * x,
+                 convert<kQ4Rounded>(widenPlanar(load<false>(y + x), loadLow64(cb + x / 2), loadLow64(cr + x / 2))),
+                 16);
+    if (x < end)
+        BgrOut{}(dst + 3 * x,
+                 convert<kQ4Rounded>(widenPlanar(loadLow64(y + x), loadLow32(cb + x / 2), loadLow32(cr + x / 2))),
+                 8);
     planar422ToBgrTail(y, cb, cr, dst, width);
 }
 
-// Both rows of a pair take the same chroma terms.
 void planar420ToBgrRowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
                            uint8_t* dst0, uint8_t* dst1, int32_t width) {
-    const int32_t end = bodyWidth(width);
-    const __m128i zero = _mm_setzero_si128();
-    int32_t x = 0;
-    for (; x + 16 <= end; x += 16) {
-        const ChromaTerms t = chromaTerms<kQ4Rounded>(_mm_unpacklo_epi8(loadLow64(cb + x / 2), zero),
-                                                      _mm_unpacklo_epi8(loadLow64(cr + x / 2), zero));
-        const __m128i l0 = load<false>(y0 + x), l1 = load<false>(y1 + x);
-        const Bgr16 c0 = applyTerms<kQ4Rounded>(t, _mm_unpacklo_epi8(l0, zero), _mm_unpackhi_epi8(l0, zero));
-        const Bgr16 c1 = applyTerms<kQ4Rounded>(t, _mm_unpacklo_epi8(l1, zero), _mm_unpackhi_epi8(l1, zero));
-        store3(dst0 + 3 * x, c0.b, c0.g, c0.r, 16);
-        store3(dst1 + 3 * x, c1.b, c1.g, c1.r, 16);
-    }
-    if (x < end) {
-        const ChromaTerms t = chromaTerms<kQ4Rounded>(_mm_unpacklo_epi8(loadLow32(cb + x / 2), zero),
-                                                      _mm_unpacklo_epi8(loadLow32(cr + x / 2), zero));
-        const Bgr16 c0 = applyTerms<kQ4Rounded>(t, _mm_unpacklo_epi8(loadLow64(y0 + x), zero), zero);
-        const Bgr16 c1 = applyTerms<kQ4Rounded>(t, _mm_unpacklo_epi8(loadLow64(y1 + x), zero), zero);
-        store3(dst0 + 3 * x, c0.b, c0.g, c0.r, 8);
-        store3(dst1 + 3 * x, c1.b, c1.g, c1.r, 8);
-    }
+    planarPairBlocks<kQ4Rounded>(y0, y1, cb, cr, dst0, dst1, 0, bodyWidth(width), BgrOut{});
     planar420ToBgrTail(y0, y1, cb, cr, dst0, dst1, width);
 }
 
