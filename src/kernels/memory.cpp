@@ -1,6 +1,5 @@
 // Aligned allocation, and the entry points of byte copy, byte clear and
 // plane copy with their scalar definitions.
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 

@@ -42,10 +42,6 @@ IppStatus setPlane(const KernelTable<SetRowsFn>& table, const uint8_t* pixel, ui
     return ippStsNoErr;
 }
 
-}  // namespace
-
-namespace {
-
 template <int PixelBytes>
 const KernelTable<SetRowsFn>& setTable() {
     static const KernelTable<SetRowsFn> table{

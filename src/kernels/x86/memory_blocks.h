@@ -35,8 +35,11 @@ void clear(uint8_t* dst) {
 // Pulls a source byte into the cache; the read must not be optimised away.
 inline void touch(const uint8_t* p) { static_cast<void>(*static_cast<const volatile uint8_t*>(p)); }
 
-// A known cache size that the length reaches, in 64 bits.
-inline bool reachesCache(size_t n, int64_t threshold) { return threshold > 0 && int64_t(n) >= threshold; }
+// True for a known cache size (not -1) of which the length reaches the part
+// cache >> shift; the shift is unsigned, the comparison in 64 bits.
+inline bool reachesCache(size_t n, int32_t cache, int shift) {
+    return cache > 0 && int64_t(n) >= int64_t(uint32_t(cache) >> shift);
+}
 
 // Below 64 bytes: the last word first, then words downward from the end, and
 // the first word again if 1 to 3 bytes are left at the front.
@@ -99,7 +102,7 @@ void copyBytes(const uint8_t* src, uint8_t* dst, size_t n, CacheSizeFn cacheSize
         n -= advance;
         if (n < 64) return copyTail(src, dst, n);
     }
-    if (n > kCopyStreamGate && reachesCache(n, int64_t(uint32_t(cacheSize()) >> 1)))
+    if (n > kCopyStreamGate && reachesCache(n, cacheSize(), 1))  // half the cache
         return copyStreaming<V>(src, dst, n);
     copyRounds<V, false>(src, dst, n);
     for (; n >= V::kBytes; n -= V::kBytes, src += V::kBytes, dst += V::kBytes)
@@ -141,7 +144,7 @@ void zeroBytes(uint8_t* dst, size_t n, CacheSizeFn cacheSize) {
         if (n == 0) return;
     }
     const auto zero = V::zero();
-    if (n > kZeroStreamGate && reachesCache(n, cacheSize())) {
+    if (n > kZeroStreamGate && reachesCache(n, cacheSize(), 0)) {  // the whole cache
         for (; n >= V::kBytes; n -= V::kBytes, dst += V::kBytes) V::storeStreaming(dst, zero);
         _mm_sfence();
         return clearRest(dst, n);
