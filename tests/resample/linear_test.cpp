@@ -156,10 +156,10 @@ void checkRowForms(const KernelTable<Fn>& table, int32_t channels, Weight (*draw
             columns.back() = (srcWidth - 2) * channels;
             std::vector<Weight> weights;
             drawWeights(rng, weights, width);
-            GuardedBuffer src(size_t(srcWidth) * channels * sizeof(T), size_t(rng.uniform(0, 63)));
+            GuardedBuffer src(size_t(srcWidth) * channels * sizeof(T), sampleOffset<T>(rng));
             rng.fillWithExtremes(src.data(), src.size());
             const size_t outBytes = size_t(width) * channels * sizeof(Out);
-            GuardedBuffer expected(outBytes), actual(outBytes, size_t(rng.uniform(0, 63)) & ~size_t(1));
+            GuardedBuffer expected(outBytes), actual(outBytes, sampleOffset<Out>(rng));
             const T* s = reinterpret_cast<const T*>(src.data());
             table.scalar()(s, columns.data(), weights.data(), reinterpret_cast<Out*>(expected.data()), width);
             form.fn(s, columns.data(), weights.data(), reinterpret_cast<Out*>(actual.data()), width);
@@ -202,7 +202,7 @@ void checkBlendForms(const KernelTable<Fn>& table, In (*draw)(Rng&), Fraction (*
             for (In& v : b) v = draw(rng);
             const Fraction fraction = drawFraction(rng);
             const size_t outBytes = size_t(count) * sizeof(Out);
-            GuardedBuffer expected(outBytes), actual(outBytes, size_t(rng.uniform(0, 63)) & ~size_t(1));
+            GuardedBuffer expected(outBytes), actual(outBytes, sampleOffset<Out>(rng));
             table.scalar()(a.data(), b.data(), reinterpret_cast<Out*>(expected.data()), count, fraction);
             form.fn(a.data(), b.data(), reinterpret_cast<Out*>(actual.data()), count, fraction);
             ASSERT_EQ(actual.bytes(), expected.bytes()) << "count " << count;

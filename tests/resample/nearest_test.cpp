@@ -75,10 +75,10 @@ void checkLookupForms(const KernelTable<NearestRowFn<T>>& table, int32_t channel
             std::vector<int32_t> columns(static_cast<size_t>(width));
             for (int32_t& c : columns) c = rng.uniform(0, srcWidth - 1) * channels;
             if (width > 2) columns.back() = (srcWidth - 1) * channels;
-            GuardedBuffer src(size_t(srcWidth) * channels * sizeof(T), size_t(rng.uniform(0, 63)));
+            GuardedBuffer src(size_t(srcWidth) * channels * sizeof(T), sampleOffset<T>(rng));
             rng.fillWithExtremes(src.data(), src.size());
             const size_t outBytes = size_t(width) * channels * sizeof(T);
-            GuardedBuffer expected(outBytes), actual(outBytes, size_t(rng.uniform(0, 63)));
+            GuardedBuffer expected(outBytes), actual(outBytes, sampleOffset<T>(rng));
             const T* s = reinterpret_cast<const T*>(src.data());
             table.scalar()(s, srcWidth, columns.data(), reinterpret_cast<T*>(expected.data()), width);
             form.fn(s, srcWidth, columns.data(), reinterpret_cast<T*>(actual.data()), width);

@@ -37,6 +37,13 @@ IppStatus runResize(const Plane<T>& src, IppiRect srcRoi, Plane<T>& dst, IppiRec
 #undef MORVA_CALL
 }
 
+// A start offset from a 64-byte boundary, 1 to 63 bytes, that keeps
+// samples of type T on their natural alignment.
+template <class T>
+size_t sampleOffset(Rng& rng) {
+    return size_t(rng.uniform(0, 63)) & ~(sizeof(T) - 1);
+}
+
 template <class T>
 void fillRandom(Plane<T>& p, Rng& rng) {
     for (T& v : p.samples) {
