@@ -308,6 +308,29 @@ TEST(ResizeKernel, RegionClipsWithoutShifting) {
     EXPECT_EQ(dst.samples, expected.samples);
 }
 
+// Factors from a millionth to a million and far shifts: every read stays
+// inside the source (the sanitizer build watches), every write inside the
+// computed region, and the bytes are the model's.
+TEST(ResizeKernel, ExtremeGeometryStaysInsideTheImages) {
+    MORVA_SEED_TRACE();
+    Rng rng(21);
+    for (int n = 0; n < 300 && !::testing::Test::HasFailure(); ++n) {
+        RandomResize r = RandomResize::draw(rng, 12);
+        r.xFactor = std::pow(10.0, rng.real(-6.0, 6.0));
+        r.yFactor = std::pow(10.0, rng.real(-6.0, 6.0));
+        if (n % 3 == 0) {
+            // A region that starts on or just beside a pixel centre.
+            r.xShift = r.dstRoi.x - r.srcRoi.x * r.xFactor + 0.5 + rng.real(-1e-9, 1e-9);
+            r.yShift = r.dstRoi.y - r.srcRoi.y * r.yFactor + 0.5 + rng.real(-1e-9, 1e-9);
+        } else if (n % 3 == 1) {
+            r.xShift = rng.real(-1e6, 1e6);
+        }
+        const int32_t interpolation = n % 2 ? INTER_NN : INTER_LINEAR;
+        if (n % 4 < 2) checkRandomResize<uint8_t>(r, 3, interpolation, rng);
+        else checkRandomResize<uint16_t>(r, 1, interpolation, rng);
+    }
+}
+
 // ---- Bands -------------------------------------------------------------------------
 
 template <class T>
