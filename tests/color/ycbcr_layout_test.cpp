@@ -317,10 +317,9 @@ void checkFormsAt(const LayoutCase& c, int32_t w, int32_t h, bool aligned, bool 
         for (int32_t r = 0; r < ref.shapes[k].rows; ++r) {
             for (int32_t x = 0; x < ref.step[k]; ++x) {
                 const bool inside = r < written[k].rows && x < written[k].rowBytes;
-                if (inside)
-                    ASSERT_EQ(ref.at(k, r, x), alt.at(k, r, x)) << "unwritten: plane " << k << " row " << r << " byte " << x;
-                else
-                    ASSERT_EQ(ref.at(k, r, x), GuardedBuffer::kSentinel) << "written: plane " << k << " row " << r << " byte " << x;
+                const uint8_t expected = inside ? alt.at(k, r, x) : GuardedBuffer::kSentinel;
+                ASSERT_EQ(ref.at(k, r, x), expected) << (inside ? "unwritten" : "written") << ": plane " << k
+                                                     << " row " << r << " byte " << x;
             }
         }
     }

@@ -1,7 +1,7 @@
 // AVX2 row operations of the YCbCr layout kernels: the SSE2 moves on 256-bit
 // registers. Packing and unpacking work within each 128-bit lane, so packed
-// results are put back in order by a 64-bit permutation and unpacked ones by
-// exchanging lanes. What is left of a row goes to the SSE2 kit, which hands
+// results are put back in order by a 64-bit permutation, and the inputs of
+// unpacks are permuted beforehand. What is left of a row goes to the SSE2 kit, which hands
 // its own rest to the scalar kit.
 #include "color/ycbcr_layout_rows.h"
 
@@ -34,9 +34,12 @@ __m256i phaseBytes(__m256i a, __m256i b) {
 struct Interleaved {
     __m256i lo, hi;
 };
+// (Quarters of the inputs are put in the order 0, 2, 1, 3 first, so that the
+// in-lane unpacks come out in sequence; a lane exchange afterwards costs more
+// on some processors.)
 Interleaved interleave(__m256i a, __m256i b) {
-    const __m256i l = _mm256_unpacklo_epi8(a, b), h = _mm256_unpackhi_epi8(a, b);
-    return {_mm256_permute2x128_si256(l, h, 0x20), _mm256_permute2x128_si256(l, h, 0x31)};
+    const __m256i qa = _mm256_permute4x64_epi64(a, 0xD8), qb = _mm256_permute4x64_epi64(b, 0xD8);
+    return {_mm256_unpacklo_epi8(qa, qb), _mm256_unpackhi_epi8(qa, qb)};
 }
 
 // Stores of one destination row; streaming ones when allowed and the row
@@ -136,23 +139,34 @@ void split4(const uint8_t* src, uint8_t* y, uint8_t* cb, uint8_t* cr, int32_t pa
         split4Order<Packed422::CbYCrY>(src, y, cb, cr, pairs);
 }
 
+// 64 bytes of a and b interleaved, from inputs whose 64-bit quarters stand
+// in the order 0, 2, 1, 3: the unpacks then produce the bytes in sequence
+// without exchanging lanes afterwards.
 template <Packed422 order>
-void putPixels(const RowStores& put, uint8_t* dst, __m256i luma, __m256i chroma) {
-    const Interleaved d = order == Packed422::YCbYCr ? interleave(luma, chroma) : interleave(chroma, luma);
-    put(dst, d.lo);
-    put(dst + 32, d.hi);
+void putPixels(const RowStores& put, uint8_t* dst, __m256i lumaQuartered, __m256i chromaQuartered) {
+    const __m256i a = order == Packed422::YCbYCr ? lumaQuartered : chromaQuartered;
+    const __m256i b = order == Packed422::YCbYCr ? chromaQuartered : lumaQuartered;
+    put(dst, _mm256_unpacklo_epi8(a, b));
+    put(dst + 32, _mm256_unpackhi_epi8(a, b));
 }
 
 template <Packed422 order>
 void join4Order(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t pairs,
                 bool nonTemporal) {
+    // Chroma 32-bit words in the order 0, 2, 4, 6, 1, 3, 5, 7: unpacking Cb
+    // with Cr then gives the Cb, Cr bytes of pairs 0..15 and 16..31 with their
+    // quarters already in the order putPixels wants.
+    const __m256i wordOrder = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
     int32_t j = 0;
     {
         const RowStores put(dst, nonTemporal);
         for (; j + 32 <= pairs; j += 32) {  // 64 pixels
-            const Interleaved c = interleave(load(cb + j), load(cr + j));
-            putPixels<order>(put, dst + 4 * j, load(y + 2 * j), c.lo);
-            putPixels<order>(put, dst + 4 * j + 64, load(y + 2 * j + 32), c.hi);
+            const __m256i u = _mm256_permutevar8x32_epi32(load(cb + j), wordOrder);
+            const __m256i v = _mm256_permutevar8x32_epi32(load(cr + j), wordOrder);
+            const __m256i y0 = _mm256_permute4x64_epi64(load(y + 2 * j), 0xD8);
+            const __m256i y1 = _mm256_permute4x64_epi64(load(y + 2 * j + 32), 0xD8);
+            putPixels<order>(put, dst + 4 * j, y0, _mm256_unpacklo_epi8(u, v));
+            putPixels<order>(put, dst + 4 * j + 64, y1, _mm256_unpackhi_epi8(u, v));
         }
     }
     kSse2Rows.join4(y + 2 * j, cb + j, cr + j, dst + 4 * j, pairs - j, order, nonTemporal);
