@@ -51,6 +51,7 @@ struct Placement {
     const char* layout;
     int count;
     const char* problem;  // empty: accepted
+    friend void PrintTo(const Placement& p, std::ostream* out) { *out << p.layout << " x" << p.count; }
 };
 
 class ToolLayoutPlacement : public ::testing::TestWithParam<Placement> {};

@@ -25,6 +25,7 @@ TEST(ToolOptions, DefaultsNeedOnlyAnOutput) {
     EXPECT_EQ(o.format, FORMAT_RGB32);
     EXPECT_EQ(o.scaleMode, 1);
     EXPECT_EQ(interpolationValue(o), INTER_LINEAR);
+    EXPECT_TRUE(compositionWarnings(o).empty());
     EXPECT_EQ(o.background, (Rgb{0, 0, 0}));
     EXPECT_TRUE(o.inputs.empty());
     EXPECT_FALSE(o.maxFrames.has_value());
@@ -50,6 +51,23 @@ TEST(ToolOptions, EveryOptionInBothSpellings) {
     EXPECT_EQ(o.inputs, (std::vector<std::string>{"a.png", "-dash.y4m"}));
 }
 
+TEST(ToolOptions, InterpolationAndWarningsFollowTheTarget) {
+    for (const char* format : {"rgb565", "rgb555"}) {
+        ComposeOptions o = parse({"compose", "-o", "a.png", "--format", format}).compose;
+        EXPECT_EQ(interpolationValue(o), INTER_NN) << format;
+        EXPECT_TRUE(compositionWarnings(o).empty()) << format;
+        o = parse({"compose", "-o", "a.png", "--format", format, "--interpolation", "cubic"}).compose;
+        EXPECT_EQ(interpolationValue(o), INTER_CUBIC) << format;
+        EXPECT_EQ(compositionWarnings(o).size(), 1u) << format;
+    }
+    for (const char* format : {"nv12", "yuy2"}) {
+        const ComposeOptions o = parse({"compose", "-o", "a.png", "--format", format, "--antialias"}).compose;
+        EXPECT_EQ(interpolationValue(o), INTER_LINEAR | RESIZE_ANTIALIASING);
+        ASSERT_EQ(compositionWarnings(o).size(), 1u) << format;
+        EXPECT_NE(compositionWarnings(o)[0].find(format), std::string::npos);
+    }
+}
+
 TEST(ToolOptions, HelpAndVersion) {
     EXPECT_EQ(parse({"--help"}).command, Command::Help);
     EXPECT_EQ(parse({"compose", "-o", "x.jpg", "--help"}).command, Command::Help);
@@ -63,6 +81,7 @@ TEST(ToolOptions, HelpAndVersion) {
 struct BadCommandLine {
     std::vector<std::string> args;
     std::string message;
+    friend void PrintTo(const BadCommandLine& c, std::ostream* out) { *out << c.message; }
 };
 
 class ToolOptionsRefuse : public ::testing::TestWithParam<BadCommandLine> {};

@@ -65,6 +65,7 @@ struct Decoding {
     std::string file;
     int32_t format;
     std::vector<Bgr> pixels;  // the first row
+    friend void PrintTo(const Decoding& d, std::ostream* out) { *out << d.name; }
 };
 
 constexpr Rgb kBackdrop{10, 20, 30};

@@ -86,6 +86,7 @@ struct Malformed {
     const char* name;
     std::string bytes;
     const char* reason;
+    friend void PrintTo(const Malformed& m, std::ostream* out) { *out << m.name; }
 };
 
 class ToolY4mMalformed : public ScratchDirectory, public ::testing::WithParamInterface<Malformed> {};

@@ -205,8 +205,28 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     return line;
 }
 
+namespace {
+bool packsColoursInOneNumber(int32_t format) { return format == FORMAT_RGB565 || format == FORMAT_RGB555; }
+}  // namespace
+
 int32_t interpolationValue(const ComposeOptions& options) {
-    return options.interpolation | (options.antialias ? RESIZE_ANTIALIASING : 0);
+    const int32_t id = options.interpolation.value_or(packsColoursInOneNumber(options.format) ? INTER_NN : INTER_LINEAR);
+    return id | (options.antialias ? RESIZE_ANTIALIASING : 0);
+}
+
+std::vector<std::string> compositionWarnings(const ComposeOptions& options) {
+    std::vector<std::string> warnings;
+    if (options.format == FORMAT_NV12)
+        warnings.push_back("in nv12 the library resizes the interleaved Cb and Cr as one channel: "
+                           "inputs that are scaled get wrong colours");
+    if (options.format == FORMAT_YUY2)
+        warnings.push_back("in yuy2 the library's resize draws every input from the top left corner, "
+                           "whatever its cell");
+    if (packsColoursInOneNumber(options.format) && options.interpolation.value_or(INTER_NN) != INTER_NN)
+        warnings.push_back("in " + std::string(nameOfFormat(options.format)) +
+                           " the library interpolates each pixel as one number: colours will be wrong "
+                           "(use --interpolation nn)");
+    return warnings;
 }
 
 std::string helpText() {
@@ -234,7 +254,8 @@ Options:
                          percent of a cell; every pair ends in ';'. Input i takes
                          cell i, row by row. Default: the grid, with at least as
                          many columns as rows, that gives the inputs the most
-                         room, e.g. "rows:2;columns:2;" for 4 inputs in 1280x720.
+                         room, e.g. "rows:2;columns:2;" for 4 inputs in 1280x720
+                         and "rows:3;columns:3;" for the 8 test patterns.
                          Layouts that put an input outside the target, leave
                          inputs without a cell, or have more rows than columns
                          are refused.
@@ -243,14 +264,21 @@ Options:
                          output has the rounded size.
   --format NAME          format of the target that the inputs are composed in,
                          default bgra:
-)" + formats + R"(                         In yuy2 the library's packed 4:2:2 resize writes every
-                         input from the top left corner, whatever its cell.
+)" + formats + R"(                         An input whose direct conversion into the target would
+                         exchange Cb and Cr or red and blue (yuy2 into planar
+                         formats, i420 and yv12 into each other, uyvy into
+                         bgr24) first goes through a format that keeps its
+                         colours. Two targets give a warning: in nv12 the
+                         library resizes the interleaved chroma as one channel,
+                         and in yuy2 it draws every input from the top left.
   --scale MODE           fit (default): whole input, centred, aspect kept;
                          fill: cell covered, aspect kept, right or bottom cut;
                          stretch: cell filled, aspect changed.
-  --interpolation NAME   nn, linear (default), cubic, bspline, catmullrom,
-                         b05c03, super (reduction only: an input that has to be
-                         enlarged stays out), lanczos.
+  --interpolation NAME   nn, linear, cubic, bspline, catmullrom, b05c03, super
+                         (reduction only: an input that has to be enlarged
+                         stays out), lanczos. Default linear, but nn for rgb565
+                         and rgb555 targets, whose 16-bit pixels the library
+                         interpolates as one number (another gives a warning).
   --antialias            antialiased reduction (not with nn or super).
   --background R,G,B     colour around and between the inputs, default 0,0,0.
   --chroma 420|422|mono  chroma of .y4m output. Default: 422 for the 4:2:2

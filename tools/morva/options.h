@@ -19,7 +19,7 @@ struct ComposeOptions {
     int32_t height = 720;
     int32_t format = 11;          // FORMAT_RGB32
     int32_t scaleMode = 1;        // fit
-    int32_t interpolation = 2;    // INTER_LINEAR
+    std::optional<int32_t> interpolation;  // unset: by the target format
     bool antialias = false;
     Rgb background;
     std::string output;
@@ -42,7 +42,15 @@ CommandLine parseCommandLine(int argc, const char* const* argv);
 
 std::string helpText();
 
-// The interpolation value that a source's attributes get.
+// The interpolation value that a source's attributes get: the one asked for,
+// else linear, or nearest neighbour for the 16-bit RGB targets, whose pixels
+// the library interpolates as one number across the colour fields.
 int32_t interpolationValue(const ComposeOptions& options);
+
+// What the user should know before a composition in these options gives a
+// picture they may not expect: targets whose resize the library defines in a
+// way that misplaces or discolours inputs, and interpolations that mix
+// unlike samples. One line each.
+std::vector<std::string> compositionWarnings(const ComposeOptions& options);
 
 }  // namespace morvatool
