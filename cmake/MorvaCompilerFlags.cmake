@@ -32,3 +32,15 @@ function(morva_isa_sources)
     endif()
   endforeach()
 endfunction()
+
+# Adds every source of a subsystem directory to the library's objects; the
+# files under x86/ only on x86-64, with their instruction-set flags.
+function(morva_subsystem_sources)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  target_sources(morva_objects PRIVATE ${sources})
+  if(MORVA_X86_64)
+    file(GLOB x86_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/x86/*.cpp)
+    target_sources(morva_objects PRIVATE ${x86_sources})
+    morva_isa_sources(${x86_sources})
+  endif()
+endfunction()
