@@ -297,6 +297,7 @@ const KernelTable<LinearRow8uFn>& linearRow8uTable(int32_t channels) {
         {"scalar", Isa::Scalar, &linearRow8uScalar<3>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &linearRow8uC3Sse2},
+        {"avx2", Isa::Avx2, &linearRow8uC3Avx2},
 #endif
     };
     static const KernelTable<LinearRow8uFn> c4{

@@ -10,7 +10,8 @@ namespace morva {
 constexpr float kBlend16uHalf = 0.50000011920928955078125f;
 
 #if MORVA_X86_64
-LinearRow8u linearRow8uC1Sse2, linearRow8uC3Sse2, linearRow8uC4Sse2, linearRow8uC4Avx2;
+LinearRow8u linearRow8uC1Sse2, linearRow8uC3Sse2, linearRow8uC4Sse2;
+LinearRow8u linearRow8uC3Avx2, linearRow8uC4Avx2;
 LinearRow16u linearRow16uC1Sse2, linearRow16uC3Sse2, linearRow16uC4Sse2;
 LinearBlend8u linearBlend8uSse2, linearBlend8uAvx2;
 LinearBlend16u linearBlend16uSse2, linearBlend16uAvx2;

@@ -5,6 +5,8 @@
 #if MORVA_X86_64
 #include <immintrin.h>
 
+#include <cstring>
+
 namespace morva {
 namespace {
 
@@ -21,6 +23,26 @@ __m256i pairsOfFour(const uint8_t* p, int32_t k0, int32_t k1) {
     const __m128i c1 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + k1));
     const __m256i x = _mm256_inserti128_si256(_mm256_castsi128_si256(c0), c1, 1);
     return _mm256_unpacklo_epi8(_mm256_unpacklo_epi8(x, _mm256_srli_si256(x, 4)), _mm256_setzero_si256());
+}
+
+template <class T>
+T load(const void* p) {
+    T v;
+    std::memcpy(&v, p, sizeof(T));
+    return v;
+}
+
+// Pairs (a_s, b_s) for three samples of one column, (x, 0) in the fourth,
+// two columns in the two halves. Reads p[k .. k + 5] of each column only.
+__m128i threePairs(const uint8_t* p) {
+    const __m128i a = _mm_cvtsi32_si128(load<int32_t>(p));
+    const __m128i b = _mm_cvtsi32_si128(int32_t(load<uint32_t>(p + 2) >> 8));
+    return _mm_unpacklo_epi8(a, b);
+}
+
+__m256i pairsOfThree(const uint8_t* p, int32_t k0, int32_t k1) {
+    const __m256i x = _mm256_inserti128_si256(_mm256_castsi128_si256(threePairs(p + k0)), threePairs(p + k1), 1);
+    return _mm256_unpacklo_epi8(x, _mm256_setzero_si256());
 }
 
 // (w0, w1) of columns j and j + 1, each repeated over its half.
@@ -49,6 +71,31 @@ void linearRow8uC4Avx2(const uint8_t* p, const int32_t* columns, const int16_t* 
         const int32_t k = columns[j];
         for (int s = 0; s < 4; ++s)
             out[4 * j + s] = int16_t((p[k + s] * weights[2 * j] + p[k + 4 + s] * weights[2 * j + 1] + 128) >> 8);
+    }
+}
+
+void linearRow8uC3Avx2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+                       int16_t* out, int32_t width) {
+    // Per half the three samples of two columns, then the halves joined:
+    // twelve results of four columns in the low 24 bytes.
+    const __m256i compact = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1,
+                                             0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, -1, -1, -1, -1);
+    const __m256i join = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
+    int32_t j = 0;
+    for (; j + 4 <= width; j += 4) {
+        const __m256i s01 = roundQ8(_mm256_madd_epi16(pairsOfThree(p, columns[j], columns[j + 1]), weightPairs(weights, j)));
+        const __m256i s23 = roundQ8(_mm256_madd_epi16(pairsOfThree(p, columns[j + 2], columns[j + 3]), weightPairs(weights, j + 2)));
+        const __m256i first = _mm256_permute2x128_si256(s01, s23, 0x20);   // columns 0 | 2
+        const __m256i second = _mm256_permute2x128_si256(s01, s23, 0x31);  // columns 1 | 3
+        const __m256i v = _mm256_permutevar8x32_epi32(
+            _mm256_shuffle_epi8(_mm256_packs_epi32(first, second), compact), join);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * j), _mm256_castsi256_si128(v));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 3 * j + 8), _mm256_extracti128_si256(v, 1));
+    }
+    for (; j < width; ++j) {
+        const int32_t k = columns[j];
+        for (int s = 0; s < 3; ++s)
+            out[3 * j + s] = int16_t((p[k + s] * weights[2 * j] + p[k + 3 + s] * weights[2 * j + 1] + 128) >> 8);
     }
 }
 
