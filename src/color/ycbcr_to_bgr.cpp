@@ -148,34 +148,15 @@ void planar420ToBgrScalar(const uint8_t* const src[3], const int32_t srcStep[3],
     forEachPlanar420RowPair(&planar420ToBgrRowPair, src, srcStep, dst, dstStep, width, height);
 }
 
-// One row of the interpolating 4:2:0 kernel. Pixel 2j takes chroma column j;
-// pixel 2j + 1 the rounded-up mean of columns j and j + 1, except in the last
-// pair, which takes column j for both. The last pair is converted even when
-// the width is 1 (no pair at all): its second pixel then comes from the Y
-// byte behind the row and lands behind the destination row.
-void planar420ToBgraRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, ptrdiff_t width,
-                        uint8_t alpha) {
-    const BgraPixel out{alpha};
-    const ptrdiff_t last = width / 2 > 0 ? width / 2 - 1 : 0;
-    for (ptrdiff_t j = 0; j < last; ++j) {
-        const int32_t cbMid = (cb[j] + cb[j + 1] + 1) / 2;
-        const int32_t crMid = (cr[j] + cr[j + 1] + 1) / 2;
-        out(dst + 8 * j, yuv::s1(y[2 * j], cb[j], cr[j]));
-        out(dst + 8 * j + 4, yuv::s1(y[2 * j + 1], cbMid, crMid));
-    }
-    out(dst + 8 * last, yuv::s1(y[2 * last], cb[last], cr[last]));
-    out(dst + 8 * last + 4, yuv::s1(y[2 * last + 1], cb[last], cr[last]));
+void planar420ToBgraRowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
+                            uint8_t* dst0, uint8_t* dst1, int32_t width, uint8_t alpha) {
+    planar420ToBgraTail(y0, cb, cr, dst0, 0, width, alpha);
+    planar420ToBgraTail(y1, cb, cr, dst1, 0, width, alpha);
 }
 
-// Planes Y, Cr, Cb; both rows of a pair share one chroma row.
 void planar420ToBgraScalar(const uint8_t* const src[3], const int32_t srcStep[3], uint8_t* dst, int32_t dstStep,
                            int32_t width, int32_t height, uint8_t alpha) {
-    for (ptrdiff_t i = 0; i < height / 2; ++i) {
-        const uint8_t* cr = src[1] + i * srcStep[1];
-        const uint8_t* cb = src[2] + i * srcStep[2];
-        for (ptrdiff_t row = 2 * i; row < 2 * i + 2; ++row)
-            planar420ToBgraRow(src[0] + row * srcStep[0], cb, cr, dst + row * dstStep, width, alpha);
-    }
+    forEachYCrCb420RowPair(&planar420ToBgraRowPair, src, srcStep, dst, dstStep, width, height, alpha);
 }
 
 bool anyNull(const uint8_t* const planes[3], const int32_t* steps) {
@@ -202,6 +183,17 @@ void forEachPlanar420RowPair(Planar420RowPair* rowPair, const uint8_t* const src
         const uint8_t* y0 = src[0] + 2 * i * srcStep[0];
         uint8_t* d0 = dst + 2 * i * dstStep;
         rowPair(y0, y0 + srcStep[0], src[1] + i * srcStep[1], src[2] + i * srcStep[2], d0, d0 + dstStep, width);
+    }
+}
+
+// Planes Y, Cr, Cb.
+void forEachYCrCb420RowPair(Planar420BgraRowPair* rowPair, const uint8_t* const src[3], const int32_t srcStep[3],
+                            uint8_t* dst, int32_t dstStep, int32_t width, int32_t height, uint8_t alpha) {
+    for (ptrdiff_t i = 0; i < height / 2; ++i) {
+        const uint8_t* y0 = src[0] + 2 * i * srcStep[0];
+        uint8_t* d0 = dst + 2 * i * dstStep;
+        rowPair(y0, y0 + srcStep[0], src[2] + i * srcStep[2], src[1] + i * srcStep[1], d0, d0 + dstStep, width,
+                alpha);
     }
 }
 
@@ -235,6 +227,25 @@ void planar420ToBgrTail(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb,
     planarPairs<yuv::s2Rounded>(y1, cb, cr, dst1, bodyWidth(width), width & ~1);
 }
 
+// Pixel 2j takes chroma column j; pixel 2j + 1 the rounded-up mean of columns
+// j and j + 1, except in the last pair, which takes column j for both. The
+// last pair is converted even when the width is 1 (no pair at all): its
+// second pixel then comes from the Y byte behind the row and lands behind
+// the destination row.
+void planar420ToBgraTail(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t fromPair,
+                         int32_t width, uint8_t alpha) {
+    const BgraPixel out{alpha};
+    const ptrdiff_t last = width / 2 > 0 ? width / 2 - 1 : 0;
+    for (ptrdiff_t j = fromPair; j < last; ++j) {
+        const int32_t cbMid = (cb[j] + cb[j + 1] + 1) / 2;
+        const int32_t crMid = (cr[j] + cr[j + 1] + 1) / 2;
+        out(dst + 8 * j, yuv::s1(y[2 * j], cb[j], cr[j]));
+        out(dst + 8 * j + 4, yuv::s1(y[2 * j + 1], cbMid, crMid));
+    }
+    out(dst + 8 * last, yuv::s1(y[2 * last], cb[last], cr[last]));
+    out(dst + 8 * last + 4, yuv::s1(y[2 * last + 1], cb[last], cr[last]));
+}
+
 }  // namespace ycbcr
 
 const KernelTable<Packed422ToBgraFn>& yuy2ToBgraTable() {
@@ -253,6 +264,7 @@ const KernelTable<Packed422ToBgrFn>& yuy2ToBgrTable() {
         {"scalar", Isa::Scalar, &ycbcr::yuy2ToBgrScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::yuy2ToBgrSse2},
+        {"avx2", Isa::Avx2, &ycbcr::yuy2ToBgrAvx2},
 #endif
     };
     return table;
@@ -274,6 +286,7 @@ const KernelTable<Packed422ToBgrFn>& uyvyToRgbTable() {
         {"scalar", Isa::Scalar, &ycbcr::uyvyToRgbScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::uyvyToRgbSse2},
+        {"avx2", Isa::Avx2, &ycbcr::uyvyToRgbAvx2},
 #endif
     };
     return table;
@@ -284,6 +297,7 @@ const KernelTable<Planar3ToBgrFn>& planar422ToBgrTable() {
         {"scalar", Isa::Scalar, &ycbcr::planar422ToBgrScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::planar422ToBgrSse2},
+        {"avx2", Isa::Avx2, &ycbcr::planar422ToBgrAvx2},
 #endif
     };
     return table;
@@ -303,6 +317,9 @@ const KernelTable<Planar3ToBgrFn>& planar420ToBgrTable() {
 const KernelTable<Planar3ToBgraFn>& planar420ToBgraTable() {
     static const KernelTable<Planar3ToBgraFn> table{
         {"scalar", Isa::Scalar, &ycbcr::planar420ToBgraScalar},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &ycbcr::planar420ToBgraSse2},
+#endif
     };
     return table;
 }

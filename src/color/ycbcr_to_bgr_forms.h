@@ -25,6 +25,8 @@ using PackedRow = void(const uint8_t* src, uint8_t* dst, int32_t width, uint8_t 
 using Planar422Row = void(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t width);
 using Planar420RowPair = void(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
                               uint8_t* dst0, uint8_t* dst1, int32_t width);
+using Planar420BgraRowPair = void(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
+                                  uint8_t* dst0, uint8_t* dst1, int32_t width, uint8_t alpha);
 
 // Row loops, one per source layout.
 void forEachPackedRow(PackedRow* row, const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep,
@@ -33,6 +35,9 @@ void forEachPlanar422Row(Planar422Row* row, const uint8_t* const src[3], const i
                          int32_t dstStep, int32_t width, int32_t height);
 void forEachPlanar420RowPair(Planar420RowPair* rowPair, const uint8_t* const src[3], const int32_t srcStep[3],
                              uint8_t* dst, int32_t dstStep, int32_t width, int32_t height);
+// Planes in the order Y, Cr, Cb; the row pair gets them as Y, Cb, Cr.
+void forEachYCrCb420RowPair(Planar420BgraRowPair* rowPair, const uint8_t* const src[3], const int32_t srcStep[3],
+                            uint8_t* dst, int32_t dstStep, int32_t width, int32_t height, uint8_t alpha);
 
 // Scalar tails: each converts the columns from bodyWidth(width) on, as its
 // kernel does after the vector body (the alpha of the three-channel ones is
@@ -41,11 +46,16 @@ void forEachPlanar420RowPair(Planar420RowPair* rowPair, const uint8_t* const src
 PackedRow yuy2ToBgraTail, yuy2ToBgrOddPixel, uyvyToBgraTail, uyvyToRgbTail;
 Planar422Row planar422ToBgrTail;
 Planar420RowPair planar420ToBgrTail;
+// The interpolating 4:2:0 to BGRA row, from chroma column fromPair on, its
+// last pair included.
+void planar420ToBgraTail(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t fromPair,
+                         int32_t width, uint8_t alpha);
 
 #if MORVA_X86_64
 Packed422ToBgraKernel yuy2ToBgraSse2, uyvyToBgraSse2, yuy2ToBgraAvx2, uyvyToBgraAvx2;
-Packed422ToBgrKernel yuy2ToBgrSse2, uyvyToRgbSse2;
-Planar3ToBgrKernel planar422ToBgrSse2, planar420ToBgrSse2, planar420ToBgrAvx2;
+Packed422ToBgrKernel yuy2ToBgrSse2, uyvyToRgbSse2, yuy2ToBgrAvx2, uyvyToRgbAvx2;
+Planar3ToBgrKernel planar422ToBgrSse2, planar420ToBgrSse2, planar422ToBgrAvx2, planar420ToBgrAvx2;
+Planar3ToBgraKernel planar420ToBgraSse2;
 #endif
 
 }  // namespace morva::ycbcr

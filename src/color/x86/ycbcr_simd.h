@@ -209,6 +209,31 @@ void packedBlocks(const uint8_t* src, uint8_t* dst, int64_t x, int64_t end, cons
     }
 }
 
+// Pixels [from, to) of a packed row, fewer than 8, through a local block.
+template <QForm F, Split split, class Out>
+void packedPartial(const uint8_t* src, uint8_t* dst, int32_t from, int32_t to, const Out& out) {
+    if (from >= to) return;
+    alignas(16) uint8_t in[16] = {};
+    alignas(16) uint8_t converted[8 * Out::kBytes];
+    std::memcpy(in, src + 2 * from, 2 * static_cast<size_t>(to - from));
+    const __m128i v = load<true>(in);
+    out(converted, convert<F>(split(v, v)), 8);
+    std::memcpy(dst + from * Out::kBytes, converted, static_cast<size_t>(to - from) * Out::kBytes);
+}
+
+// Pixels [x, end) of a planar 4:2:2 row, in steps of 16 and then one of 8;
+// end - x a multiple of 8.
+template <QForm F, class Out>
+void planarBlocks(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t x, int32_t end,
+                  const Out& out) {
+    for (; x + 16 <= end; x += 16)
+        out(dst + x * Out::kBytes, convert<F>(widenPlanar(load<false>(y + x), loadLow64(cb + x / 2), loadLow64(cr + x / 2))),
+            16);
+    if (x < end)
+        out(dst + x * Out::kBytes, convert<F>(widenPlanar(loadLow64(y + x), loadLow32(cb + x / 2), loadLow32(cr + x / 2))),
+            8);
+}
+
 // Pixels [x, end) of two planar rows that share a chroma row, in steps of 16
 // and then one of 8; end - x a multiple of 8. Returns the column reached.
 template <QForm F, class Out>
