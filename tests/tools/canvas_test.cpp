@@ -85,18 +85,6 @@ TEST(ToolCanvas, PacksRgbBytesBlueFirst) {
     EXPECT_THROW(packCanvas(canvas, FORMAT_GRAY8, "grey"), ToolError);
 }
 
-TEST(ToolCanvas, TextLeavesGlyphDots) {
-    RgbCanvas canvas(20, 10);
-    canvas.drawText(1, 1, "I1", 1, {255, 255, 255});
-    // The I has a full top bar of three dots, the 1 a single top dot.
-    EXPECT_EQ(canvas.at(2, 1).red, 255);
-    EXPECT_EQ(canvas.at(4, 1).red, 255);
-    EXPECT_EQ(canvas.at(1, 1).red, 0);
-    EXPECT_EQ(canvas.at(9, 1).red, 255);
-    EXPECT_EQ(canvas.at(8, 1).red, 0);
-    EXPECT_EQ(textWidth(2, 1), 11);
-}
-
 TEST(ToolPatterns, MixPlanarPackedAndRgbSourcesOfTheirOwnSize) {
     std::set<int32_t> formats;
     for (const PatternSpec& spec : builtinPatterns()) {

@@ -186,10 +186,5 @@ TEST_F(ToolPngFile, GarbageNeverCrashesTheReader) {
     }
 }
 
-TEST_F(ToolPngFile, WritingIntoAMissingDirectoryFails) {
-    const ImagePtr image = allocateImage("x", 4, 2, FORMAT_RGB32);
-    EXPECT_THROW(writePng(path("no/such/dir/out.png"), *image), ToolError);
-}
-
 }  // namespace
 }  // namespace morvatool

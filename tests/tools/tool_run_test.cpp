@@ -207,6 +207,11 @@ TEST_F(ToolRun, FailuresAreOneLineAndLeaveTheOutputAlone) {
     expectOneErrorLine(r, "--size");
     EXPECT_EQ(readFile(path("out.png")), "keep");
 
+    r = run({"compose", "-o", path("huge.png"), "--size", "16384x16384"});
+    EXPECT_EQ(r.exitCode, 1);
+    expectOneErrorLine(r, "the library can't hold a 16384x16384 image");
+    EXPECT_FALSE(std::filesystem::exists(path("huge.png")));
+
     r = run({"compose", "-o", path("no/such/dir/out.png")});
     EXPECT_EQ(r.exitCode, 1);
     expectOneErrorLine(r, "cannot write '" + path("no/such/dir/out.png") + "'");

@@ -12,8 +12,9 @@ ImagePtr allocateImage(const char* name, int32_t width, int32_t height, int32_t 
                         std::to_string(kMaxSide));
     // A negative height tells the library that rows come top line first.
     ImagePtr image(morvaAllocateImage(name, width, -height, format, nullptr, 0));
-    if (!image) throw ToolError("out of memory for a " + std::to_string(width) + "x" +
-                                std::to_string(height) + " image");
+    if (!image)
+        throw ToolError("the library can't hold a " + std::to_string(width) + "x" + std::to_string(height) +
+                        " image in format " + std::string(nameOfFormat(format)) + " (too large, or out of memory)");
     return image;
 }
 
@@ -64,7 +65,7 @@ std::optional<int32_t> formatByName(std::string_view name) {
 std::string_view nameOfFormat(int32_t format) {
     for (const FormatName& f : kFormats)
         if (f.format == format) return f.name;
-    return "?";
+    return "(unnamed)";
 }
 
 }  // namespace morvatool

@@ -36,8 +36,9 @@ struct ImageDeleter {
 };
 using ImagePtr = std::unique_ptr<TImage, ImageDeleter>;
 
-// Largest side the tool accepts for inputs and targets. With four bytes a
-// pixel a frame of this size stays far below the library's 32-bit byte counts.
+// Largest side the tool accepts for inputs and targets. The library may still
+// refuse a frame near it: it holds three times a frame's bytes and counts
+// them in 32 bits.
 constexpr int32_t kMaxSide = 16384;
 
 // A top-line-first image owned by the caller; throws ToolError if the library
