@@ -138,7 +138,8 @@ void packedTail(const uint8_t* src, uint8_t* dst, int64_t count, const Bgr16Layo
 
 void planarColumns(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t from,
                    int32_t width, const Bgr16Layout& l) {
-    for (ptrdiff_t x = from; x < width; ++x) storeWord(dst + 2 * x, pack(yuv::q4Truncated(y[x], cb[x / 2], cr[x / 2]), l));
+    for (ptrdiff_t x = from; x < width; ++x)
+        storeWord(dst + 2 * x, pack(yuv::q4Truncated(y[x], cb[x / 2], cr[x / 2]), l));
 }
 
 }  // namespace ycbcr16

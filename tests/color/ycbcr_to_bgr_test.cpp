@@ -111,15 +111,6 @@ TEST(YCbCr422ToBGR_C2C4R, BodyByQ3TailByS2OddPixelTakesCrOfGroupBefore) {
     });
 }
 
-TEST(YCbCr422ToBGR_C2C4R, StudioWhiteIs254InBodyAndTail) {
-    const std::vector<uint8_t> src = packedRow(30, {235, 128, 235, 128});
-    forEachForm(yuy2ToBgraTable(), [&](Packed422ToBgraFn fn) {
-        std::vector<uint8_t> dst(30 * 4);
-        fn(src.data(), 60, dst.data(), 120, 30, 1, 0);
-        for (int x = 0; x < 30; ++x) EXPECT_EQ(bgrAt(dst, x, 4), (Bgr{254, 254, 254})) << x;
-    });
-}
-
 TEST(YCbCr422ToBGR_C2C3R, EveryPairByQ4RoundedOddPixelByS2) {
     for (const auto& [group, pair, odd] :
          {std::tuple{std::array<uint8_t, 4>{235, 128, 235, 128}, Bgr{255, 255, 255}, Bgr{254, 254, 254}},
@@ -260,61 +251,56 @@ TEST(YCrCb420ToBGR_P3C4R, HeightOneWritesNothingAndWarns) {
 // ---------------------------------------------------------------------------
 // Refusals: the status, and nothing written.
 
-struct Refusal {
-    const char* what;
-    IppStatus expected;
-    std::function<IppStatus(uint8_t* dst)> call;
+// Each entry point as (planes, steps, dst, size); a packed one reads plane 0.
+struct Entry {
+    const char* name;
+    bool planar;
+    int32_t minWidth;
+    std::function<IppStatus(const uint8_t* const* planes, const int32_t* steps, uint8_t* dst, IppiSize size)> call;
 };
 
-std::vector<Refusal> refusals() {
-    static const std::vector<uint8_t> src(4096, 128);
-    static const uint8_t* s = src.data();
-    static const uint8_t* planes[3] = {s, s + 1024, s + 2048};
-    static const uint8_t* nullY[3] = {nullptr, s, s};
-    static const uint8_t* nullCb[3] = {s, nullptr, s};
-    static const uint8_t* nullCr[3] = {s, s, nullptr};
-    static const int32_t steps[3] = {64, 32, 32};
-    const IppiSize ok{8, 4};
-    std::vector<Refusal> r = {
-        {"C2C4R null source", ippStsNullPtrErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_C2C4R(nullptr, 64, d, 64, ok, 0); }},
-        {"C2C4R null destination", ippStsNullPtrErr, [=](uint8_t*) { return ippiYCbCr422ToBGR_8u_C2C4R(s, 64, nullptr, 64, ok, 0); }},
-        {"C2C4R pointers before sizes", ippStsNullPtrErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_C2C4R(nullptr, 64, d, 64, {0, 0}, 0); }},
-        {"C2C4R width 1", ippStsSizeErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_C2C4R(s, 64, d, 64, {1, 4}, 0); }},
-        {"C2C4R height 0", ippStsSizeErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_C2C4R(s, 64, d, 64, {8, 0}, 0); }},
-        {"C2C3R null source", ippStsNullPtrErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_C2C3R(nullptr, 64, d, 64, ok); }},
-        {"C2C3R width 1", ippStsSizeErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_C2C3R(s, 64, d, 64, {1, 4}); }},
-        {"C2C3R negative height", ippStsSizeErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_C2C3R(s, 64, d, 64, {8, -2}); }},
-        {"CbYCr C2C4R null destination", ippStsNullPtrErr, [=](uint8_t*) { return ippiCbYCr422ToBGR_8u_C2C4R(s, 64, nullptr, 64, ok, 0); }},
-        {"CbYCr C2C4R width 0", ippStsSizeErr, [=](uint8_t* d) { return ippiCbYCr422ToBGR_8u_C2C4R(s, 64, d, 64, {0, 4}, 0); }},
-        {"CbYCr RGB null source", ippStsNullPtrErr, [=](uint8_t* d) { return ippiCbYCr422ToRGB_8u_C2C3R(nullptr, 64, d, 64, ok); }},
-        {"CbYCr RGB height 0", ippStsSizeErr, [=](uint8_t* d) { return ippiCbYCr422ToRGB_8u_C2C3R(s, 64, d, 64, {8, 0}); }},
-        {"P422 width 1", ippStsSizeErr, [=](uint8_t* d) { return ippiYCbCr422ToBGR_8u_P3C3R(planes, steps, d, 64, {1, 4}); }},
-        {"P420 BGR width 0 before height check", ippStsSizeErr, [=](uint8_t* d) { return ippiYCbCr420ToBGR_8u_P3C3R(planes, steps, d, 64, {0, 1}); }},
-        {"P420 BGRA height 0", ippStsSizeErr, [=](uint8_t* d) { return ippiYCrCb420ToBGR_8u_P3C4R(planes, steps, d, 64, {8, 0}, 0); }},
-    };
-    // Every planar kernel refuses a null plane array, a null entry of it and a
-    // null step array.
-    const std::pair<const char*, std::function<IppStatus(const uint8_t* const*, const int32_t*, uint8_t*)>> planar[] = {
-        {"P422", [=](const uint8_t* const* p, const int32_t* st, uint8_t* d) { return ippiYCbCr422ToBGR_8u_P3C3R(p, st, d, 64, ok); }},
-        {"P420 BGR", [=](const uint8_t* const* p, const int32_t* st, uint8_t* d) { return ippiYCbCr420ToBGR_8u_P3C3R(p, st, d, 64, ok); }},
-        {"P420 BGRA", [=](const uint8_t* const* p, const int32_t* st, uint8_t* d) { return ippiYCrCb420ToBGR_8u_P3C4R(p, st, d, 64, ok, 0); }},
-    };
-    for (const auto& [name, call] : planar) {
-        r.push_back({name, ippStsNullPtrErr, [=](uint8_t* d) { return call(nullptr, steps, d); }});
-        r.push_back({name, ippStsNullPtrErr, [=](uint8_t* d) { return call(nullY, steps, d); }});
-        r.push_back({name, ippStsNullPtrErr, [=](uint8_t* d) { return call(nullCb, steps, d); }});
-        r.push_back({name, ippStsNullPtrErr, [=](uint8_t* d) { return call(nullCr, steps, d); }});
-        r.push_back({name, ippStsNullPtrErr, [=](uint8_t* d) { return call(planes, nullptr, d); }});
-        r.push_back({name, ippStsNullPtrErr, [=](uint8_t*) { return call(planes, steps, nullptr); }});
-    }
-    return r;
-}
+const uint8_t* first(const uint8_t* const* planes) { return planes ? planes[0] : nullptr; }
 
+const Entry kEntries[] = {
+    {"YCbCr422ToBGR_8u_C2C4R", false, 2,
+     [](auto p, auto, auto d, auto s) { return ippiYCbCr422ToBGR_8u_C2C4R(first(p), 64, d, 64, s, 0); }},
+    {"YCbCr422ToBGR_8u_C2C3R", false, 2,
+     [](auto p, auto, auto d, auto s) { return ippiYCbCr422ToBGR_8u_C2C3R(first(p), 64, d, 64, s); }},
+    {"CbYCr422ToBGR_8u_C2C4R", false, 1,
+     [](auto p, auto, auto d, auto s) { return ippiCbYCr422ToBGR_8u_C2C4R(first(p), 64, d, 64, s, 0); }},
+    {"CbYCr422ToRGB_8u_C2C3R", false, 1,
+     [](auto p, auto, auto d, auto s) { return ippiCbYCr422ToRGB_8u_C2C3R(first(p), 64, d, 64, s); }},
+    {"YCbCr422ToBGR_8u_P3C3R", true, 2,
+     [](auto p, auto st, auto d, auto s) { return ippiYCbCr422ToBGR_8u_P3C3R(p, st, d, 64, s); }},
+    {"YCbCr420ToBGR_8u_P3C3R", true, 1,
+     [](auto p, auto st, auto d, auto s) { return ippiYCbCr420ToBGR_8u_P3C3R(p, st, d, 64, s); }},
+    {"YCrCb420ToBGR_8u_P3C4R", true, 1,
+     [](auto p, auto st, auto d, auto s) { return ippiYCrCb420ToBGR_8u_P3C4R(p, st, d, 64, s, 0); }},
+};
+
+// Pointers are checked before sizes; a refusal writes nothing.
 TEST(YCbCrToBGR, RefusalsReturnTheirStatusAndWriteNothing) {
-    for (const Refusal& r : refusals()) {
-        SCOPED_TRACE(r.what);
+    const std::vector<uint8_t> src(4096, 128);
+    const uint8_t* planes[3] = {src.data(), src.data() + 1024, src.data() + 2048};
+    const int32_t steps[3] = {64, 32, 32};
+    for (const Entry& e : kEntries) {
+        SCOPED_TRACE(e.name);
         std::vector<uint8_t> dst(1024, 0xEE);
-        EXPECT_EQ(r.call(dst.data()), r.expected);
+        uint8_t* d = dst.data();
+        EXPECT_EQ(e.call(nullptr, steps, d, {8, 4}), ippStsNullPtrErr);
+        EXPECT_EQ(e.call(planes, steps, nullptr, {8, 4}), ippStsNullPtrErr);
+        EXPECT_EQ(e.call(nullptr, steps, d, {0, 0}), ippStsNullPtrErr);
+        EXPECT_EQ(e.call(planes, steps, d, {e.minWidth - 1, 4}), ippStsSizeErr);
+        EXPECT_EQ(e.call(planes, steps, d, {8, 0}), ippStsSizeErr);
+        EXPECT_EQ(e.call(planes, steps, d, {e.minWidth - 1, 1}), ippStsSizeErr);  // before any warning
+        if (e.planar) {
+            EXPECT_EQ(e.call(planes, nullptr, d, {8, 4}), ippStsNullPtrErr);
+            for (int entry = 0; entry < 3; ++entry) {
+                const uint8_t* withNull[3] = {planes[0], planes[1], planes[2]};
+                withNull[entry] = nullptr;
+                EXPECT_EQ(e.call(withNull, steps, d, {8, 4}), ippStsNullPtrErr) << entry;
+            }
+        }
         EXPECT_TRUE(std::all_of(dst.begin(), dst.end(), [](uint8_t b) { return b == 0xEE; }));
     }
 }
@@ -366,20 +352,23 @@ std::vector<KernelShape> kernelShapes() {
     const auto pairsOfRowPairs = [](int bytes) {
         return [bytes](int32_t r, int32_t w, int32_t h) {
             const int64_t columns = w == 1 && bytes == 4 ? 2 : (w & ~1);
-            return r < (h & ~1) ? std::pair<int64_t, int64_t>(0, columns * bytes) : std::pair<int64_t, int64_t>(0, 0);
+            return std::pair<int64_t, int64_t>(0, r < (h & ~1) ? columns * bytes : 0);
         };
     };
+    const auto bytes4 = [](int32_t w) { return int64_t(4) * w; };
+    const auto bytes3 = [](int32_t w) { return int64_t(3) * w; };
+    const auto atLeastTwoPixels = [](int32_t w) { return int64_t(4) * std::max(w, 2); };
     return {
-        {"YCbCr422ToBGR_8u_C2C4R", formsOf(yuy2ToBgraTable()), {kPacked}, 2, [](int32_t w) { return int64_t(4) * w; }, allColumns(4)},
-        {"YCbCr422ToBGR_8u_C2C3R", formsOf(yuy2ToBgrTable()), {kPacked}, 2, [](int32_t w) { return int64_t(3) * w; }, allColumns(3)},
-        {"CbYCr422ToBGR_8u_C2C4R", formsOf(uyvyToBgraTable()), {kPacked}, 1, [](int32_t w) { return int64_t(4) * w; }, allColumns(4)},
-        {"CbYCr422ToRGB_8u_C2C3R", formsOf(uyvyToRgbTable()), {kPacked}, 1, [](int32_t w) { return int64_t(3) * w; }, allColumns(3)},
-        {"YCbCr422ToBGR_8u_P3C3R", formsOf(planar422ToBgrTable()), {kLuma, kChroma422, kChroma422}, 2,
-         [](int32_t w) { return int64_t(3) * w; }, pairsOfEveryRow},
-        {"YCbCr420ToBGR_8u_P3C3R", formsOf(planar420ToBgrTable()), {kLuma, kChroma420, kChroma420}, 1,
-         [](int32_t w) { return int64_t(3) * w; }, pairsOfRowPairs(3)},
+        {"YCbCr422ToBGR_8u_C2C4R", formsOf(yuy2ToBgraTable()), {kPacked}, 2, bytes4, allColumns(4)},
+        {"YCbCr422ToBGR_8u_C2C3R", formsOf(yuy2ToBgrTable()), {kPacked}, 2, bytes3, allColumns(3)},
+        {"CbYCr422ToBGR_8u_C2C4R", formsOf(uyvyToBgraTable()), {kPacked}, 1, bytes4, allColumns(4)},
+        {"CbYCr422ToRGB_8u_C2C3R", formsOf(uyvyToRgbTable()), {kPacked}, 1, bytes3, allColumns(3)},
+        {"YCbCr422ToBGR_8u_P3C3R", formsOf(planar422ToBgrTable()), {kLuma, kChroma422, kChroma422}, 2, bytes3,
+         pairsOfEveryRow},
+        {"YCbCr420ToBGR_8u_P3C3R", formsOf(planar420ToBgrTable()), {kLuma, kChroma420, kChroma420}, 1, bytes3,
+         pairsOfRowPairs(3)},
         {"YCrCb420ToBGR_8u_P3C4R", formsOf(planar420ToBgraTable()), {kLumaAtLeastTwo, kChroma420, kChroma420}, 1,
-         [](int32_t w) { return int64_t(4) * std::max(w, 2); }, pairsOfRowPairs(4)},
+         atLeastTwoPixels, pairsOfRowPairs(4)},
     };
 }
 

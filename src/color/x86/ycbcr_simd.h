@@ -226,12 +226,14 @@ void packedPartial(const uint8_t* src, uint8_t* dst, int32_t from, int32_t to, c
 template <QForm F, class Out>
 void planarBlocks(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t x, int32_t end,
                   const Out& out) {
-    for (; x + 16 <= end; x += 16)
-        out(dst + x * Out::kBytes, convert<F>(widenPlanar(load<false>(y + x), loadLow64(cb + x / 2), loadLow64(cr + x / 2))),
-            16);
-    if (x < end)
-        out(dst + x * Out::kBytes, convert<F>(widenPlanar(loadLow64(y + x), loadLow32(cb + x / 2), loadLow32(cr + x / 2))),
-            8);
+    for (; x + 16 <= end; x += 16) {
+        const Ycc16 v = widenPlanar(load<false>(y + x), loadLow64(cb + x / 2), loadLow64(cr + x / 2));
+        out(dst + x * Out::kBytes, convert<F>(v), 16);
+    }
+    if (x < end) {
+        const Ycc16 v = widenPlanar(loadLow64(y + x), loadLow32(cb + x / 2), loadLow32(cr + x / 2));
+        out(dst + x * Out::kBytes, convert<F>(v), 8);
+    }
 }
 
 // Pixels [x, end) of two planar rows that share a chroma row, in steps of 16
@@ -242,8 +244,11 @@ int32_t planarPairBlocks(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb
     const __m128i zero = _mm_setzero_si128();
     const auto both = [&](int32_t at, __m128i l0, __m128i l1, __m128i u, __m128i v, int pixels) {
         const ChromaTerms t = chromaTerms<F>(_mm_unpacklo_epi8(u, zero), _mm_unpacklo_epi8(v, zero));
-        out(dst0 + at * Out::kBytes, applyTerms<F>(t, _mm_unpacklo_epi8(l0, zero), _mm_unpackhi_epi8(l0, zero)), pixels);
-        out(dst1 + at * Out::kBytes, applyTerms<F>(t, _mm_unpacklo_epi8(l1, zero), _mm_unpackhi_epi8(l1, zero)), pixels);
+        const auto row = [&](uint8_t* d, __m128i l) {
+            out(d + at * Out::kBytes, applyTerms<F>(t, _mm_unpacklo_epi8(l, zero), _mm_unpackhi_epi8(l, zero)), pixels);
+        };
+        row(dst0, l0);
+        row(dst1, l1);
     };
     for (; x + 16 <= end; x += 16)
         both(x, load<false>(y0 + x), load<false>(y1 + x), loadLow64(cb + x / 2), loadLow64(cr + x / 2), 16);

@@ -117,7 +117,8 @@ struct BgraWide {
     __m256i alpha;
     BgraOut<false> narrow;
 
-    explicit BgraWide(uint8_t a) : alpha(_mm256_set1_epi8(static_cast<char>(a))), narrow{_mm_set1_epi8(static_cast<char>(a))} {}
+    explicit BgraWide(uint8_t a)
+        : alpha(_mm256_set1_epi8(static_cast<char>(a))), narrow{_mm_set1_epi8(static_cast<char>(a))} {}
 
     MORVA_YCC_INLINE void operator()(uint8_t* d, const Bgr32& c) const {
         const __m256i bgLo = _mm256_unpacklo_epi8(c.b, c.g), bgHi = _mm256_unpackhi_epi8(c.b, c.g);

@@ -17,7 +17,8 @@ namespace {
 using namespace ycbcr_simd;
 
 void yuy2ToBgraRow(const uint8_t* src, uint8_t* dst, int32_t width, uint8_t alpha) {
-    packedBlocks<kQ3, splitYCbYCr, false>(src, dst, 0, bodyWidth(width), BgraOut<false>{_mm_set1_epi8(static_cast<char>(alpha))});
+    const BgraOut<false> out{_mm_set1_epi8(static_cast<char>(alpha))};
+    packedBlocks<kQ3, splitYCbYCr, false>(src, dst, 0, bodyWidth(width), out);
     yuy2ToBgraTail(src, dst, width, alpha);
 }
 
@@ -73,8 +74,10 @@ S1Chroma s1ChromaTerms(__m128i cbPixels, __m128i crPixels) {
                   kGreenCr = factorPair(-26640, 1), kRed = factorPair(26149, 1);
     S1Chroma t;
     for (int half = 0; half < 2; ++half) {
-        const __m128i cb = _mm_sub_epi16(half ? _mm_unpackhi_epi8(cbPixels, zero) : _mm_unpacklo_epi8(cbPixels, zero), c128);
-        const __m128i cr = _mm_sub_epi16(half ? _mm_unpackhi_epi8(crPixels, zero) : _mm_unpacklo_epi8(crPixels, zero), c128);
+        const auto centred = [&](__m128i c) {
+            return _mm_sub_epi16(half ? _mm_unpackhi_epi8(c, zero) : _mm_unpacklo_epi8(c, zero), c128);
+        };
+        const __m128i cb = centred(cbPixels), cr = centred(crPixels);
         const __m128i cb8 = _mm_slli_epi16(cb, 3), cr4 = _mm_slli_epi16(cr, 2);
         for (int quarter = 0; quarter < 2; ++quarter) {
             const auto pairs = [quarter](__m128i a, __m128i b) {
