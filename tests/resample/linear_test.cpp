@@ -75,8 +75,6 @@ TEST(Linear, OnePixelWideSourceGoesThroughTheRim) {
     const IppiRect srcRoi{0, 0, 1, 5}, dstRoi{0, 0, 4, 10};
     auto buffer = workBuffer<uint8_t>(srcRoi, dstRoi, 1);
     ASSERT_EQ(runResize(src, srcRoi, dst, dstRoi, 4.0, 2.0, 0.0, 0.0, INTER_LINEAR, buffer.data()), ippStsNoErr);
-    for (int32_t y = 0; y < 10; ++y)
-        for (int32_t x = 1; x < 4; ++x) ASSERT_EQ(dst.at(x, y, 0), dst.at(0, y, 0));
     ResizeGeometry g;
     ASSERT_EQ(ownResizeCheck(src.samples.data(), {1, 5}, srcRoi, dst.samples.data(), dstRoi, 4.0, 2.0, 0.0,
                              0.0, INTER_LINEAR, buffer.data(), &g),

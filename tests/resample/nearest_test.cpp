@@ -50,18 +50,6 @@ INSTANTIATE_TEST_SUITE_P(
                       Selection{1.0, 5, {0, 1, 2, 3, 4}},           // identity
                       Selection{5.0, 1, {0, 0, 0, 0, 0}}));         // 1x1 fills the target
 
-TEST(Nearest, SixteenBitSamplesPassUnchanged) {
-    Plane<uint16_t> src = makePlane<uint16_t>(3, 2, 4);
-    for (size_t i = 0; i < src.samples.size(); ++i) src.samples[i] = uint16_t(65535 - 997 * i);
-    Plane<uint16_t> dst = makePlane<uint16_t>(6, 4, 4);
-    std::vector<uint8_t> buffer(size_t(bufferSize({0, 0, 3, 2}, {0, 0, 6, 4}, 4, INTER_NN)));
-    ASSERT_EQ(runResize(src, {0, 0, 3, 2}, dst, {0, 0, 6, 4}, 2.0, 2.0, 0.0, 0.0, INTER_NN, buffer.data()),
-              ippStsNoErr);
-    for (int32_t y = 0; y < 4; ++y)
-        for (int32_t x = 0; x < 6; ++x)
-            for (int32_t c = 0; c < 4; ++c) ASSERT_EQ(dst.at(x, y, c), src.at(x / 2, y / 2, c));
-}
-
 // Every vector form of a row lookup against the scalar definition: random
 // indices anywhere in the row (the last pixel too), unaligned rows, and the
 // bytes around the written row untouched.
