@@ -65,7 +65,7 @@ TEST_P(ToolLayoutPlacement, RefusesWhatTheLibraryWouldMishandle) {
     try {
         checkPlacement(p.layout, p.count, 1280, 720);
         FAIL() << "accepted " << p.layout;
-    } catch (const ToolError& error) {
+    } catch (const UsageError& error) {
         EXPECT_NE(std::string(error.what()).find(p.problem), std::string::npos) << error.what();
     }
 }
@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Placement{"rows:0;columns:2;", 1, "at least 1 row"},
                       Placement{"rows:2;columns:-1;", 1, "at least 1 row"},
                       Placement{"rows:2;columns:2;", 5, "4 cells for 5 inputs"},
-                      Placement{"rows:2", 2, "1 cells for 2 inputs"},
+                      Placement{"rows:2", 2, "1 cell for 2 inputs (pairs end in ';')"},
                       Placement{"rows:3;columns:1;", 2, "as many columns as rows"},
                       Placement{"rows:1;columns:2;width:250;", 1, "outside the 1280x720 target"},
                       Placement{"rows:1;columns:2;margin-left:60;", 2, "places input 2 outside"},

@@ -104,6 +104,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadCommandLine{{"compose", "-o", "out.jpg"}, "must end in .png or .y4m"},
                       BadCommandLine{{"compose", "-o", "a.png", "--bogus"}, "unknown option '--bogus'"},
                       BadCommandLine{{"compose", "-o", "a.png", "--size"}, "--size needs a value"},
+                      BadCommandLine{{"compose", "-o"}, "-o needs a value"},
                       BadCommandLine{{"compose", "-o", "a.png", "--size", "0x10"}, "--size"},
                       BadCommandLine{{"compose", "-o", "a.png", "--size", "16385x10"}, "--size"},
                       BadCommandLine{{"compose", "-o", "a.png", "--size", "12x"}, "--size"},

@@ -200,7 +200,7 @@ TEST_F(ToolRun, FailuresAreOneLineAndLeaveTheOutputAlone) {
     r = run({"compose", "-o", path("out.png"), "--layout", "rows:0;", path("notes.txt")});
     EXPECT_NE(r.exitCode, 0);
     r = run({"compose", "-o", path("out.png"), "--layout", "rows:3;columns:1;"});
-    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.exitCode, 2);
     expectOneErrorLine(r, "layout 'rows:3;columns:1;' has 3 cells for 8 inputs");
     r = run({"compose", "-o", path("out.png"), "--size", "big"});
     EXPECT_EQ(r.exitCode, 2);

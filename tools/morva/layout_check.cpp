@@ -104,22 +104,24 @@ CellRect cellOf(int64_t index, const GridLayout& layout, int32_t targetWidth, in
 
 void checkPlacement(std::string_view text, int64_t count, int32_t targetWidth, int32_t targetHeight) {
     const std::string quoted = "layout '" + std::string(text) + "'";
+    const std::string hint = text.find(';') == std::string_view::npos ? " (pairs end in ';')" : "";
     const GridLayout layout = parseLayoutText(text);
     if (layout.rows < 1 || layout.columns < 1)
-        throw ToolError(quoted + " needs at least 1 row and 1 column (pairs end in ';')");
-    if (count > layout.rows * layout.columns)
-        throw ToolError(quoted + " has " + std::to_string(layout.rows * layout.columns) + " cells for " +
-                        std::to_string(count) + " inputs (pairs end in ';')");
+        throw UsageError(quoted + " needs at least 1 row and 1 column" + hint);
+    const int64_t cells = layout.rows * layout.columns;
+    if (count > cells)
+        throw UsageError(quoted + " has " + std::to_string(cells) + (cells == 1 ? " cell" : " cells") + " for " +
+                         std::to_string(count) + " inputs" + hint);
     for (int64_t index = 0; index < count; ++index) {
         const std::string input = "input " + std::to_string(index + 1);
         if (index / layout.columns > layout.columns - 1)
-            throw ToolError(quoted + " puts " + input +
+            throw UsageError(quoted + " puts " + input +
                             " in a row past the column count, which is never reached: use at least "
                             "as many columns as rows");
         const CellRect cell = cellOf(index, layout, targetWidth, targetHeight);
         if (cell.x < 0 || cell.y < 0 || cell.x + std::max<int64_t>(cell.width, 0) > targetWidth ||
             cell.y + std::max<int64_t>(cell.height, 0) > targetHeight)
-            throw ToolError(quoted + " places " + input + " outside the " + std::to_string(targetWidth) +
+            throw UsageError(quoted + " places " + input + " outside the " + std::to_string(targetWidth) +
                             "x" + std::to_string(targetHeight) + " target");
     }
 }

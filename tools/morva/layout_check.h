@@ -32,7 +32,7 @@ struct CellRect {
 // bounded by the column count, as the library bounds it.
 CellRect cellOf(int64_t index, const GridLayout& layout, int32_t targetWidth, int32_t targetHeight);
 
-// Throws ToolError unless `count` inputs each get a cell of their own inside
+// Throws UsageError unless `count` inputs each get a cell of their own inside
 // the target.
 void checkPlacement(std::string_view text, int64_t count, int32_t targetWidth, int32_t targetHeight);
 

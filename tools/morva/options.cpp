@@ -162,8 +162,8 @@ ComposeOptions parseCompose(int argc, const char* const* argv) {
             continue;
         }
         const size_t equals = arg.find('=');
-        std::string_view name = arg.substr(0, equals);
-        if (name == "-o") name = "--output";
+        const std::string_view spelled = arg.substr(0, equals);
+        const std::string_view name = spelled == "-o" ? "--output" : spelled;
         const auto option = std::find_if(valueOptions().begin(), valueOptions().end(),
                                          [&](const ValueOption& o) { return o.name == name; });
         if (option == valueOptions().end()) usage("unknown option '" + std::string(arg) + "'");
@@ -171,7 +171,7 @@ ComposeOptions parseCompose(int argc, const char* const* argv) {
         if (equals != std::string_view::npos) {
             value = arg.substr(equals + 1);
         } else {
-            if (i + 1 >= argc) usage(std::string(name) + " needs a value");
+            if (i + 1 >= argc) usage(std::string(spelled) + " needs a value");
             value = argv[++i];
         }
         option->apply(value, options);
