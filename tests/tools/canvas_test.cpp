@@ -87,20 +87,20 @@ TEST(ToolCanvas, PacksRgbBytesBlueFirst) {
 
 TEST(ToolPatterns, MixPlanarPackedAndRgbSourcesOfTheirOwnSize) {
     std::set<int32_t> formats;
-    for (const PatternSpec& spec : builtinPatterns()) {
-        const ImagePtr image = makePatternImage(spec);
-        EXPECT_EQ(image->format, spec.format) << spec.name;
-        EXPECT_EQ(image->width, spec.width) << spec.name;
-        EXPECT_EQ(image->height, spec.height) << spec.name;
-        formats.insert(spec.format);
+    for (const PatternDefinition& pattern : builtinPatterns()) {
+        const ImagePtr image = makePatternImage(pattern);
+        EXPECT_EQ(image->format, pattern.format) << pattern.name;
+        EXPECT_EQ(image->width, pattern.width) << pattern.name;
+        EXPECT_EQ(image->height, pattern.height) << pattern.name;
+        formats.insert(pattern.format);
         // A pattern is a picture, not a flat fill: its middle row varies.
-        const RgbCanvas canvas = drawPattern(spec);
+        const RgbCanvas canvas = drawPattern(pattern);
         std::set<int> colours;
         for (int32_t x = 0; x < canvas.width(); ++x) {
             const Rgb& c = canvas.at(x, canvas.height() / 2);
             colours.insert(c.red << 16 | c.green << 8 | c.blue);
         }
-        EXPECT_GE(colours.size(), 2u) << spec.name;
+        EXPECT_GE(colours.size(), 2u) << pattern.name;
     }
     for (int32_t format : {FORMAT_RGB32, FORMAT_RGB24, FORMAT_RGB565, FORMAT_I420, FORMAT_YV12, FORMAT_NV12,
                            FORMAT_YUY2, FORMAT_UYVY})

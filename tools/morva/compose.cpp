@@ -207,8 +207,8 @@ std::unique_ptr<Source> openInput(const std::string& path, Rgb background) {
 
 std::vector<std::unique_ptr<Source>> patternSources() {
     std::vector<std::unique_ptr<Source>> sources;
-    for (const PatternSpec& spec : builtinPatterns())
-        sources.push_back(std::make_unique<StillSource>(makePatternImage(spec)));
+    for (const PatternDefinition& pattern : builtinPatterns())
+        sources.push_back(std::make_unique<StillSource>(makePatternImage(pattern)));
     return sources;
 }
 

@@ -93,14 +93,14 @@ Rgb ramps(int32_t x, int32_t y, int32_t w, int32_t h) {
 }
 
 constexpr std::array kPatterns = {
-    PatternSpec{"bars", FORMAT_RGB32, 640, 480, colourBars},
-    PatternSpec{"gradient", FORMAT_I420, 480, 270, diagonalGradient},
-    PatternSpec{"checkerboard", FORMAT_YUY2, 320, 240, checkerboard},
-    PatternSpec{"rings", FORMAT_UYVY, 360, 360, rings},
-    PatternSpec{"stripes", FORMAT_NV12, 400, 224, diagonalStripes},
-    PatternSpec{"wheel", FORMAT_RGB565, 300, 300, hueWheel},
-    PatternSpec{"grid", FORMAT_RGB24, 480, 320, gridAndCircle},
-    PatternSpec{"ramps", FORMAT_YV12, 512, 256, ramps},
+    PatternDefinition{"bars", FORMAT_RGB32, 640, 480, colourBars},
+    PatternDefinition{"gradient", FORMAT_I420, 480, 270, diagonalGradient},
+    PatternDefinition{"checkerboard", FORMAT_YUY2, 320, 240, checkerboard},
+    PatternDefinition{"rings", FORMAT_UYVY, 360, 360, rings},
+    PatternDefinition{"stripes", FORMAT_NV12, 400, 224, diagonalStripes},
+    PatternDefinition{"wheel", FORMAT_RGB565, 300, 300, hueWheel},
+    PatternDefinition{"grid", FORMAT_RGB24, 480, 320, gridAndCircle},
+    PatternDefinition{"ramps", FORMAT_YV12, 512, 256, ramps},
 };
 
 std::string formatLabel(int32_t format) {
@@ -132,18 +132,18 @@ void drawLabel(RgbCanvas& canvas, int32_t format) {
 
 }  // namespace
 
-std::span<const PatternSpec> builtinPatterns() { return kPatterns; }
+std::span<const PatternDefinition> builtinPatterns() { return kPatterns; }
 
-RgbCanvas drawPattern(const PatternSpec& spec) {
-    RgbCanvas canvas(spec.width, spec.height);
-    for (int32_t y = 0; y < spec.height; ++y)
-        for (int32_t x = 0; x < spec.width; ++x) canvas.at(x, y) = spec.paint(x, y, spec.width, spec.height);
-    drawLabel(canvas, spec.format);
+RgbCanvas drawPattern(const PatternDefinition& pattern) {
+    RgbCanvas canvas(pattern.width, pattern.height);
+    for (int32_t y = 0; y < pattern.height; ++y)
+        for (int32_t x = 0; x < pattern.width; ++x) canvas.at(x, y) = pattern.paint(x, y, pattern.width, pattern.height);
+    drawLabel(canvas, pattern.format);
     return canvas;
 }
 
-ImagePtr makePatternImage(const PatternSpec& spec) {
-    return packCanvas(drawPattern(spec), spec.format, std::string(spec.name).c_str());
+ImagePtr makePatternImage(const PatternDefinition& pattern) {
+    return packCanvas(drawPattern(pattern), pattern.format, std::string(pattern.name).c_str());
 }
 
 }  // namespace morvatool

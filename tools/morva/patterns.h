@@ -9,7 +9,7 @@
 
 namespace morvatool {
 
-struct PatternSpec {
+struct PatternDefinition {
     std::string_view name;
     int32_t format;
     int32_t width;
@@ -18,12 +18,12 @@ struct PatternSpec {
 };
 
 // Planar, semi-planar, packed and RGB sources of different shapes.
-std::span<const PatternSpec> builtinPatterns();
+std::span<const PatternDefinition> builtinPatterns();
 
 // The picture of a pattern, labelled with its format and size.
-RgbCanvas drawPattern(const PatternSpec& spec);
+RgbCanvas drawPattern(const PatternDefinition& pattern);
 
 // drawPattern packed into the pattern's format.
-ImagePtr makePatternImage(const PatternSpec& spec);
+ImagePtr makePatternImage(const PatternDefinition& pattern);
 
 }  // namespace morvatool
