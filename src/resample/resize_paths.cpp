@@ -2,6 +2,8 @@
 // interpolation family, the antialiasing path or an edge treatment joins by
 // one line here; whatever isn't listed is refused by resizePathAvailable.
 #include "morva.h"
+#include "resample/cubic.h"
+#include "resample/lanczos.h"
 #include "resample/linear.h"
 #include "resample/nearest.h"
 #include "resample/resize_general.h"
@@ -15,11 +17,15 @@ struct FamilyRow {
 };
 
 // Interpolation ids (after degradation) and their families. Still to come:
-// INTER_CUBIC .. INTER_CUBIC_B05C03, INTER_LANCZOS, and INTER_SUPER (which
-// has no tables: usesTables false).
+// INTER_SUPER (which has no tables: usesTables false).
 constexpr FamilyRow kFamilies[] = {
     {INTER_NN, {&resizeNearest, true}},
     {INTER_LINEAR, {&resizeLinear, true}},
+    {INTER_CUBIC, {&resizeCubic, true}},
+    {INTER_CUBIC_BSPLINE, {&resizeCubic, true}},
+    {INTER_CUBIC_CATMULLROM, {&resizeCubic, true}},
+    {INTER_CUBIC_B05C03, {&resizeCubic, true}},
+    {INTER_LANCZOS, {&resizeLanczos, true}},
 };
 
 }  // namespace
