@@ -8,6 +8,7 @@
 #include "image/image.h"
 #include "kernels/memory.h"
 #include "resample/resize.h"
+#include "resample/resize_work_size.h"
 #include "resample/yuv422_resize.h"
 #include "trace/trace.h"
 
@@ -88,12 +89,18 @@ void resizePackedYuv422(const PlaneEntry& src, const IppiRect& srcRect, const Pl
 }  // namespace
 
 int32_t resizeBufferSize(const PlaneEntry& sourcePlane, const IppiRect& sourcePlaneRect,
-                         const IppiRect& destinationPlaneRect, int32_t interpolation) {
-    // A refused query leaves 0, and the kernel then refuses the null buffer.
-    int32_t size = 0;
-    ippiResizeGetBufSize(sourcePlaneRect, destinationPlaneRect, sourcePlane.channels,
-                         interpolation, &size);
-    return size;
+                         const IppiRect& destinationPlaneRect, int32_t interpolation,
+                         double xFactor, double yFactor, double xShift, double yShift) {
+    // The size query counts the antialiasing path's intermediate image by the
+    // region's rows, while the path keeps every row of the plane, and it
+    // can't see how far a super-sampling box reaches: resizeWorkSize adds what
+    // this geometry needs, so that no kernel writes past the buffer. A refused
+    // query, or a size beyond 32 bits, leaves 0, and the kernel then refuses
+    // the null buffer.
+    const int64_t size = resizeWorkSize({sourcePlane.width, sourcePlane.height}, sourcePlaneRect,
+                                        destinationPlaneRect, sourcePlane.channels, xFactor,
+                                        yFactor, xShift, yShift, interpolation);
+    return size <= INT32_MAX ? int32_t(size) : 0;
 }
 
 bool resizeImageInternal(const TImage* source, IppiRect sourceRect, TImage* destination,
@@ -132,7 +139,8 @@ bool resizeImageInternal(const TImage* source, IppiRect sourceRect, TImage* dest
         }
 
         dstRect = limitToPlane(dstRect, dst);
-        uint8_t* buffer = ippsMalloc_8u(resizeBufferSize(src, srcRect, dstRect, interpolation));
+        uint8_t* buffer = ippsMalloc_8u(resizeBufferSize(src, srcRect, dstRect, interpolation,
+                                                         xFactor, yFactor, xShift, yShift));
         const PlaneKernel kernel = chooseKernel(src.bytesPerChannel, src.channels);
         if (kernel == nullptr) {
             ippsFree(buffer);

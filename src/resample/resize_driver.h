@@ -17,8 +17,10 @@ bool resizeImageInternal(const TImage* source, IppiRect sourceRect, TImage* dest
                          IppiRect destinationRect, int32_t interpolation, double xFactor,
                          double yFactor);
 
-// The work buffer's size for one plane's resize.
+// The work buffer's size for one plane's resize: what the path it takes
+// needs with these factors and shifts, at least the size query's answer.
 int32_t resizeBufferSize(const PlaneEntry& sourcePlane, const IppiRect& sourcePlaneRect,
-                         const IppiRect& destinationPlaneRect, int32_t interpolation);
+                         const IppiRect& destinationPlaneRect, int32_t interpolation,
+                         double xFactor, double yFactor, double xShift, double yShift);
 
 }  // namespace morva

@@ -2,11 +2,14 @@
 // interpolation family, the antialiasing path or an edge treatment joins by
 // one line here; whatever isn't listed is refused by resizePathAvailable.
 #include "morva.h"
+#include "resample/antialias.h"
 #include "resample/cubic.h"
+#include "resample/edge_treatment.h"
 #include "resample/lanczos.h"
 #include "resample/linear.h"
 #include "resample/nearest.h"
 #include "resample/resize_general.h"
+#include "resample/super_sampling.h"
 
 namespace morva {
 namespace {
@@ -16,8 +19,8 @@ struct FamilyRow {
     ResizeFamily family;
 };
 
-// Interpolation ids (after degradation) and their families. Still to come:
-// INTER_SUPER (which has no tables: usesTables false).
+// Interpolation ids (after degradation) and their families. Super-sampling
+// runs before the column and row tables would be laid out: it has none.
 constexpr FamilyRow kFamilies[] = {
     {INTER_NN, {&resizeNearest, true}},
     {INTER_LINEAR, {&resizeLinear, true}},
@@ -26,6 +29,7 @@ constexpr FamilyRow kFamilies[] = {
     {INTER_CUBIC_CATMULLROM, {&resizeCubic, true}},
     {INTER_CUBIC_B05C03, {&resizeCubic, true}},
     {INTER_LANCZOS, {&resizeLanczos, true}},
+    {INTER_SUPER, {&resizeSuper, false}},
 };
 
 }  // namespace
@@ -36,12 +40,12 @@ const ResizeFamily* findResizeFamily(int32_t id) {
     return nullptr;
 }
 
-// Becomes &ownResizeAntialias once that path exists.
-ResizePathFn antialiasPath() { return nullptr; }
+ResizePathFn antialiasPath() { return &ownResizeAntialias; }
 
-// Becomes a lookup of the twelve edge routines (two kinds, 8u and 16u, one,
-// three and four channels) once they exist.
-EdgeTreatmentFn findEdgeTreatment(EdgeKind, int32_t, int32_t) { return nullptr; }
+// Twelve routines: two kinds, 8u and 16u, one, three and four channels.
+EdgeTreatmentFn findEdgeTreatment(EdgeKind kind, int32_t depth, int32_t nChannels) {
+    return edgeTreatmentRoutine(kind, depth, nChannels);
+}
 
 IppStatus resizePathAvailable(const ResizeGeometry& g, int32_t depth, int32_t nChannels) {
     const bool noAntialiasVariant = g.interpolation == INTER_NN || g.interpolation == INTER_SUPER;
