@@ -294,8 +294,6 @@ IppStatus resizeSqrPixel(const T* pSrc, IppiSize srcSize, int32_t srcStep, IppiR
     if (status != ippStsNoErr) return status;
     const int32_t depth = sizeof(T) == 1 ? 0 : 1;
     if (!sourceAddressable(srcSize, srcStep, channels, sizeof(T))) return ippStsSizeErr;
-    status = resizePathAvailable(g, depth, channels);
-    if (status != ippStsNoErr) return status;
 
     ResizeArgs args;
     args.src = reinterpret_cast<const uint8_t*>(pSrc);

@@ -73,8 +73,4 @@ using EdgeTreatmentFn = void (*)(uint8_t* dst, int32_t dstStep, int32_t width, i
                                  double left, double right, double top, double bottom);
 EdgeTreatmentFn findEdgeTreatment(EdgeKind kind, int32_t depth, int32_t nChannels);
 
-// ippStsNoErr if every path that this resize needs is built, else
-// ippStsInterpolationErr: a method is refused, never replaced by another.
-IppStatus resizePathAvailable(const ResizeGeometry& geometry, int32_t depth, int32_t nChannels);
-
 }  // namespace morva

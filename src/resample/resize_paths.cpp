@@ -1,6 +1,6 @@
 // Every resampling path of the resize kernels, named in one place. A new
 // interpolation family, the antialiasing path or an edge treatment joins by
-// one line here; whatever isn't listed is refused by resizePathAvailable.
+// one line here.
 #include "morva.h"
 #include "resample/antialias.h"
 #include "resample/cubic.h"
@@ -45,20 +45,6 @@ ResizePathFn antialiasPath() { return &ownResizeAntialias; }
 // Twelve routines: two kinds, 8u and 16u, one, three and four channels.
 EdgeTreatmentFn findEdgeTreatment(EdgeKind kind, int32_t depth, int32_t nChannels) {
     return edgeTreatmentRoutine(kind, depth, nChannels);
-}
-
-IppStatus resizePathAvailable(const ResizeGeometry& g, int32_t depth, int32_t nChannels) {
-    const bool noAntialiasVariant = g.interpolation == INTER_NN || g.interpolation == INTER_SUPER;
-    if (g.antialiasing && !noAntialiasVariant) {
-        if (antialiasPath() == nullptr) return ippStsInterpolationErr;
-    } else if (findResizeFamily(g.interpolation) == nullptr) {
-        return ippStsInterpolationErr;
-    }
-    if (g.smoothEdge && findEdgeTreatment(EdgeKind::Smooth, depth, nChannels) == nullptr)
-        return ippStsInterpolationErr;
-    if (g.subpixelEdge && findEdgeTreatment(EdgeKind::Subpixel, depth, nChannels) == nullptr)
-        return ippStsInterpolationErr;
-    return ippStsNoErr;
 }
 
 }  // namespace morva

@@ -1,0 +1,319 @@
+// Every vector form of every resampling kernel against its scalar definition,
+// byte for byte, over the widths that leave every tail, with inputs that
+// reach rounding ties and saturation.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include "resample/antialias.h"
+#include "resample/cubic.h"
+#include "resample/lanczos.h"
+#include "resample/linear.h"
+#include "resample/nearest.h"
+#include "resample/super_sampling.h"
+#include "resample_testing.h"
+
+namespace morva::testing {
+namespace {
+
+constexpr int32_t kChannels[] = {1, 3, 4};
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+// A fraction of a pixel: now and then 0 or 1, where the weights are whole.
+float drawFraction(Rng& rng) {
+    return rng.uniform(0, 3) == 0 ? float(rng.uniform(0, 1)) : float(rng.real(0.0, 1.0));
+}
+
+template <class V, class Draw>
+std::vector<V> drawn(Rng& rng, size_t count, Draw draw) {
+    std::vector<V> v(count);
+    for (V& x : v) x = draw(rng);
+    return v;
+}
+
+// Row kernels that read the taps before .. after around each column entry:
+// random entries, the first and the last at the two ends of the row, and
+// `weigh` adding the weights of one column.
+template <class T, class Out, class W, class Fn, class Weigh>
+void checkRows(const KernelTable<Fn>& table, int32_t channels, int32_t before, int32_t after, Weigh weigh) {
+    checkForms(table, [&](Rng& rng, int32_t width) {
+        const int32_t srcWidth = rng.uniform(before + after + 1, 300);
+        const RandomRow<T> row(rng, size_t(srcWidth) * channels);
+        std::vector<int32_t> columns(static_cast<size_t>(width));
+        for (int32_t& c : columns) c = rng.uniform(before, srcWidth - after - 1) * channels;
+        columns.front() = before * channels;
+        columns.back() = (srcWidth - after - 1) * channels;
+        std::vector<W> weights;
+        for (int32_t j = 0; j < width; ++j) weigh(rng, weights);
+        return std::pair{std::vector<uint8_t>(size_t(width) * channels * sizeof(Out)),
+                         [=](Fn fn, uint8_t* out) {
+                             if constexpr (std::is_same_v<W, void*>)
+                                 fn(row.data(), srcWidth, columns.data(), reinterpret_cast<Out*>(out), width);
+                             else
+                                 fn(row.data(), columns.data(), weights.data(), reinterpret_cast<Out*>(out), width);
+                         }};
+    }, 70, sizeof(Out));
+}
+
+template <int Taps>
+auto tapWeights(void (*coefficients)(float, float*)) {
+    return [coefficients](Rng& rng, std::vector<float>& w) {
+        w.resize(w.size() + Taps);
+        coefficients(drawFraction(rng), w.data() + w.size() - Taps);
+    };
+}
+
+TEST(ResampleForms, RowKernels) {
+    const auto none = [](Rng&, std::vector<void*>&) {};
+    const auto pairs = [](Rng& rng, std::vector<int16_t>& w) {
+        const int16_t f = int16_t(std::lround(drawFraction(rng) * 16384));
+        w.insert(w.end(), {int16_t(16384 - f), f});
+    };
+    const auto fraction = [](Rng& rng, std::vector<float>& w) { w.push_back(drawFraction(rng)); };
+    const auto cubic = tapWeights<4>([](float f, float* c) { cubicCoefficients(INTER_CUBIC, f, c); });
+    const auto lanczos = tapWeights<6>(&ownLanczosCoefficients);
+    for (int32_t n : kChannels) {
+        SCOPED_TRACE("channels " + std::to_string(n));
+        checkRows<uint8_t, uint8_t, void*>(nearestRow8uTable(n), n, 0, 0, none);
+        checkRows<uint16_t, uint16_t, void*>(nearestRow16uTable(n), n, 0, 0, none);
+        checkRows<uint8_t, int16_t, int16_t>(linearRow8uTable(n), n, 0, 1, pairs);
+        checkRows<uint16_t, float, float>(linearRow16uTable(n), n, 0, 1, fraction);
+        checkRows<uint8_t, float, float>(cubicRow8uTable(n), n, 1, 2, cubic);
+        checkRows<uint16_t, float, float>(cubicRow16uTable(n), n, 1, 2, cubic);
+        checkRows<uint8_t, float, float>(lanczosRow8uTable(n), n, 2, 3, lanczos);
+        checkRows<uint16_t, float, float>(lanczosRow16uTable(n), n, 2, 3, lanczos);
+    }
+}
+
+// Rows of whole numbers, halves (where the rounding decides), values beyond
+// both ends (where the saturation decides) and the extremes.
+float drawRowValue(Rng& rng, float top) {
+    switch (rng.uniform(0, 4)) {
+    case 0: return rng.uniform(0, 1) ? 0.0f : top;
+    case 1: return float(rng.uniform(-3, int(top) + 3)) + 0.5f;
+    case 2: return float(rng.uniform(0, int(top)));
+    default: return float(rng.real(-0.3 * top, 1.3 * top));
+    }
+}
+
+// Sums whose conversion lands on a half or next to it, on a whole number,
+// beyond the samples' and the 32-bit range, or on no number; `scale` undoes
+// the conversion's factor. Only the antialiasing path, whose filters have
+// negative lobes, has sums below 0.
+float drawSum(Rng& rng, double top, double scale = 1.0) {
+    const int low = scale == 1.0 ? -3 : 0;
+    switch (rng.uniform(0, 5)) {
+    case 0: return float((rng.uniform(low, int(top) + 3) + (rng.uniform(0, 1) ? 0.5 : 0.4999999)) * scale);
+    case 1: return float(rng.uniform(0, int(top)) * scale);
+    case 2: return float(rng.real(low * 1e9, 1e12) * scale);
+    case 3: return rng.uniform(0, 1) ? kNaN : (low < 0 ? -kInf : kInf);
+    default: return float(rng.real(low, top + 3) * scale);
+    }
+}
+
+// Cached rows blended by coefficients of a random fraction, or by one tap
+// alone so that halves reach the rounding as they are.
+template <class T, int Taps>
+void checkTapBlend(const KernelTable<TapBlendFn<T>>& table, void (*coefficients)(float, float*)) {
+    checkForms(table, [&](Rng& rng, int32_t count) {
+        std::vector<std::vector<float>> rows;
+        for (int t = 0; t < Taps; ++t)
+            rows.push_back(drawn<float>(rng, size_t(count), [](Rng& r) { return drawRowValue(r, float(T(~T(0)))); }));
+        std::vector<float> c(Taps, 0.0f);
+        if (rng.uniform(0, 2) == 0) c[size_t(rng.uniform(0, Taps - 1))] = 1.0f;
+        else coefficients(float(rng.real(0.0, 1.0)), c.data());
+        return std::pair{std::vector<uint8_t>(size_t(count) * sizeof(T)), [=](TapBlendFn<T> fn, uint8_t* out) {
+                             const float* pointers[Taps];
+                             for (int t = 0; t < Taps; ++t) pointers[t] = rows[size_t(t)].data();
+                             fn(pointers, c.data(), reinterpret_cast<T*>(out), count);
+                         }};
+    }, 140, sizeof(T));
+}
+
+// Two rows blended by one fraction, the linear family's down pass.
+template <class T, class In, class F, class Fn, class DrawIn, class DrawF>
+void checkLinearBlend(const KernelTable<Fn>& table, DrawIn drawIn, DrawF drawF) {
+    checkForms(table, [&](Rng& rng, int32_t count) {
+        const std::vector<In> a = drawn<In>(rng, size_t(count), drawIn), b = drawn<In>(rng, size_t(count), drawIn);
+        const F fraction = drawF(rng);
+        return std::pair{std::vector<uint8_t>(size_t(count) * sizeof(T)), [=](Fn fn, uint8_t* out) {
+                             fn(a.data(), b.data(), reinterpret_cast<T*>(out), count, fraction);
+                         }};
+    }, 140, sizeof(T));
+}
+
+TEST(ResampleForms, Blends) {
+    const auto cubic = [](float f, float* c) { cubicCoefficients(INTER_CUBIC_CATMULLROM, f, c); };
+    checkTapBlend<uint8_t, 4>(cubicBlend8uTable(), cubic);
+    checkTapBlend<uint16_t, 4>(cubicBlend16uTable(), cubic);
+    checkTapBlend<uint8_t, 6>(lanczosBlend8uTable(), &ownLanczosCoefficients);
+    checkTapBlend<uint16_t, 6>(lanczosBlend16uTable(), &ownLanczosCoefficients);
+    checkLinearBlend<uint8_t, int16_t, int32_t>(
+        linearBlend8uTable(),
+        [](Rng& r) { return int16_t(r.uniform(0, 2) == 0 ? 16320 * r.uniform(0, 1) : r.uniform(0, 16320)); },
+        [](Rng& r) { return int32_t(std::lround(drawFraction(r) * 16384)); });
+    checkLinearBlend<uint16_t, float, float>(
+        linearBlend16uTable(), [](Rng& r) { return std::clamp(drawRowValue(r, 65535.0f), 0.0f, 65535.0f); },
+        &drawFraction);
+}
+
+// ---- Super-sampling ----
+
+// Whole sums: halves, any, and the last before the wrap.
+uint32_t drawWholeSum(Rng& rng, double product) {
+    switch (rng.uniform(0, 2)) {
+    case 0: return uint32_t(std::min((rng.uniform(0, 70000) + 0.5) / product, 4294967295.0));
+    case 1: return rng.next();
+    default: return 0xFFFFFFFFu - uint32_t(rng.uniform(0, 3));
+    }
+}
+
+template <class T, class Acc, class Draw>
+void checkSuperStore(Draw draw) {
+    using Fn = SuperStoreRowFn<T, Acc>;
+    checkForms(superStoreRowTable<T, Acc>(), [&](Rng& rng, int32_t count) {
+        const double product = rng.uniform(0, 2) == 0 ? 0.25 : rng.real(1e-4, 1.0);
+        const std::vector<Acc> acc = drawn<Acc>(rng, size_t(count), [&](Rng& r) { return draw(r, product); });
+        return std::pair{std::vector<uint8_t>(size_t(count) * sizeof(T)), [=](Fn fn, uint8_t* out) {
+                             fn(acc.data(), reinterpret_cast<T*>(out), count, product);
+                         }};
+    }, 70, sizeof(T));
+}
+
+// Weights of 1, of nearly nothing, and up to just above 1.
+template <class T>
+void checkSuperAdd() {
+    checkForms(superAddRowTable<T>(), [](Rng& rng, int32_t count) {
+        const RandomRow<T> src(rng, size_t(count));
+        const std::vector<float> acc = drawn<float>(rng, size_t(count), [](Rng& r) { return float(r.real(0.0, 1e6)); });
+        const int kind = rng.uniform(0, 3);
+        const double weight = kind == 0 ? 1.0 : (kind == 1 ? rng.real(0.0, 2e-7) : rng.real(0.0, 1.0 + 1e-7));
+        return std::pair{bytesOf(acc), [=](SuperAddRowFn<T> fn, uint8_t* out) {
+                             fn(src.data(), reinterpret_cast<float*>(out), count, weight);
+                         }};
+    }, 70, 4);
+    // Whole sums that wrap.
+    checkForms(superAddRowWholeTable<T>(), [](Rng& rng, int32_t count) {
+        const RandomRow<T> src(rng, size_t(count));
+        std::vector<uint8_t> acc(size_t(count) * 4);
+        rng.fillWithExtremes(acc.data(), acc.size());
+        return std::pair{acc, [=](SuperAddRowWholeFn<T> fn, uint8_t* out) {
+                             fn(src.data(), reinterpret_cast<uint32_t*>(out), count);
+                         }};
+    }, 70, 4);
+}
+
+// Accumulators of exponents far apart, so that float32 sums round and their
+// order shows.
+float drawSpread(Rng& rng) {
+    return rng.uniform(0, 5) == 0 ? 0.0f : float(std::ldexp(rng.real(0.0, 1.0), rng.uniform(-20, 30)));
+}
+
+TEST(ResampleForms, SuperSamplingRows) {
+    checkSuperAdd<uint8_t>();
+    checkSuperAdd<uint16_t>();
+    const auto floatSum = [](Rng& rng, double product) { return drawSum(rng, 70000, 1 / product); };
+    checkSuperStore<uint8_t, float>(floatSum);
+    checkSuperStore<uint16_t, float>(floatSum);
+    checkSuperStore<uint8_t, uint32_t>(&drawWholeSum);
+    checkSuperStore<uint16_t, uint32_t>(&drawWholeSum);
+    for (int32_t n : kChannels) {
+        SCOPED_TRACE("channels " + std::to_string(n));
+        // Whole boxes of `run` pixels, in place.
+        checkForms(superReduceWholeTable(n), [n](Rng& rng, int32_t width) {
+            const int32_t run = rng.uniform(0, 1) ? 2 : rng.uniform(1, 6);
+            std::vector<uint8_t> acc((size_t(width) * run + size_t(rng.uniform(0, 3))) * n * 4);
+            rng.fill(acc.data(), acc.size());
+            return std::pair{acc, [=](SuperReduceWholeFn fn, uint8_t* out) {
+                                 fn(reinterpret_cast<uint32_t*>(out), width, run);
+                             }};
+        }, 70, 4);
+        // Boxes of random size and start, in place, from one schedule; a row
+        // walked in chunks without a schedule gives the same.
+        checkForms(superReduceFractionalTable(n), [n](Rng& rng, int32_t width) {
+            const double scale = rng.uniform(0, 3) == 0 ? rng.uniform(1, 5) + rng.real(0.0, 2e-7) : rng.real(1.0, 9.0);
+            const double cover = rng.uniform(0, 2) == 0 ? 0.0 : rng.real(0.0, 1.0);
+            const int32_t columns = std::max(int32_t(std::ceil(width * scale + cover)) + rng.uniform(-1, 2), 1);
+            const std::vector<float> row = drawn<float>(rng, size_t(columns) * n, &drawSpread);
+            std::vector<SuperColumn> schedule(static_cast<size_t>(width));
+            superColumnSchedule(scale, cover, columns, width, schedule.data());
+            std::vector<float> scheduled = row, walked = row;
+            superReduceFractionalTable(n).scalar()(scheduled.data(), schedule.data(), 0, width);
+            superReduceRow(walked.data(), n, columns, width, scale, cover, nullptr);
+            EXPECT_EQ(bytesOf(walked), bytesOf(scheduled)) << "walked without a schedule";
+            return std::pair{bytesOf(row), [=](SuperReduceFractionalFn fn, uint8_t* out) {
+                                 fn(reinterpret_cast<float*>(out), schedule.data(), 0, width);
+                             }};
+        }, 70, 4);
+    }
+}
+
+// ---- Antialiasing ----
+
+// Weights of both signs, 0, and of exponents far apart, so that the float64
+// sums cancel and round and their order shows in the float32 result.
+float drawWeight(Rng& rng) {
+    switch (rng.uniform(0, 3)) {
+    case 0: return 0.0f;
+    case 1: return float(std::ldexp(rng.real(-1.0, 1.0), rng.uniform(-60, 60)));
+    default: return float(rng.real(-0.4, 1.0));
+    }
+}
+
+// 1 to 9 rows, odd slot counts, indices anywhere in the row (its last pixel
+// too).
+template <class T>
+void checkAntialiasRows(int32_t n) {
+    checkForms(antialiasRowsTable<T>(n), [n](Rng& rng, int32_t width) {
+        const int32_t taps = 2 * rng.uniform(0, 7) + 1, rows = rng.uniform(1, 9);
+        const int32_t srcWidth = rng.uniform(1, 90), srcStep = srcWidth * n + rng.uniform(0, 3);
+        std::vector<int32_t> indices(size_t(width) * taps);
+        for (size_t i = 0; i < indices.size(); ++i)
+            indices[i] = (i % 5 == 0 ? srcWidth - 1 : rng.uniform(0, srcWidth - 1)) * n;
+        const std::vector<float> weights = drawn<float>(rng, indices.size(), &drawWeight);
+        const RandomRow<T> src(rng, size_t(rows - 1) * srcStep + size_t(srcWidth) * n);
+        return std::pair{std::vector<uint8_t>(size_t(rows) * width * n * 4), [=](AntialiasRowsFn<T> fn, uint8_t* out) {
+                             fn(src.data(), srcStep, rows, indices.data(), weights.data(), taps,
+                                reinterpret_cast<float*>(out), width);
+                         }};
+    }, 40, 4);
+}
+
+// The target samples, then the accumulators, which the conversion clears.
+template <class T>
+void checkAntialiasStore() {
+    checkForms(antialiasStoreTable<T>(), [](Rng& rng, int32_t count) {
+        const size_t at = (size_t(count) * sizeof(T) + 3) / 4 * 4;
+        std::vector<uint8_t> start(at);
+        const std::vector<uint8_t> acc =
+            bytesOf(drawn<float>(rng, size_t(count), [](Rng& r) { return drawSum(r, double(T(~T(0)))); }));
+        start.insert(start.end(), acc.begin(), acc.end());
+        return std::pair{start, [=](AntialiasStoreFn<T> fn, uint8_t* out) {
+                             fn(reinterpret_cast<float*>(out + at), reinterpret_cast<T*>(out), count);
+                         }};
+    }, 70, 4);
+}
+
+TEST(ResampleForms, AntialiasPasses) {
+    for (int32_t n : kChannels) {
+        SCOPED_TRACE("channels " + std::to_string(n));
+        checkAntialiasRows<uint8_t>(n);
+        checkAntialiasRows<uint16_t>(n);
+        checkForms(antialiasAccumulateTable(n), [](Rng& rng, int32_t count) {
+            const std::vector<float> row = drawn<float>(rng, size_t(count), [](Rng& r) { return drawSum(r, 65535.0f); });
+            const float weight = float(rng.real(-0.5, 1.0));
+            const std::vector<float> acc = drawn<float>(rng, size_t(count), [](Rng& r) { return float(r.real(-100.0, 70000.0)); });
+            return std::pair{bytesOf(acc), [=](AntialiasAccumulateFn fn, uint8_t* out) {
+                                 fn(row.data(), weight, reinterpret_cast<float*>(out), count);
+                             }};
+        }, 70, 4);
+    }
+    checkAntialiasStore<uint8_t>();
+    checkAntialiasStore<uint16_t>();
+}
+
+}  // namespace
+}  // namespace morva::testing
