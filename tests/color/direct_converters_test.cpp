@@ -26,43 +26,29 @@ TEST(DirectConverters, SixteenBitFieldsWidenWithoutReplication) {
     const uint16_t words[] = {0x7FFF, 0xFFFF, 0x8000, 0x001F, 0x03E0, 0x7C00};
     std::vector<uint8_t> out(3 * 6);
     convertBGR555ToBGR(reinterpret_cast<const uint8_t*>(words), out.data(), 12, 18, 6, 1);
-    const std::vector<uint8_t> expect555 = {248, 248, 248, 248, 248, 248, 0,   0, 0,
-                                            248, 0,   0,   0,   248, 0,   0,   0, 248};
-    EXPECT_EQ(out, expect555);
+    EXPECT_EQ(out, (std::vector<uint8_t>{248, 248, 248, 248, 248, 248, 0, 0, 0, 248, 0, 0, 0, 248, 0, 0, 0, 248}));
     convertBGR565ToBGR(reinterpret_cast<const uint8_t*>(words), out.data(), 12, 18, 2, 1);
     EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.begin() + 6),
               std::vector<uint8_t>({248, 252, 120, 248, 252, 248}));
 }
 
-struct Planes {
+// The planes of a 4:2:0 image, all `fill`.
+struct I420 {
     std::vector<uint8_t> y, u, v;
     int32_t steps[3];
-    uint8_t* const* pointers() {
-        ptrs[0] = y.data();
-        ptrs[1] = u.data();
-        ptrs[2] = v.data();
-        return ptrs;
-    }
-    uint8_t* ptrs[3];
+    uint8_t* planes[3];
+    I420(int w, int h, uint8_t fill)
+        : y(size_t(w) * h, fill), u(size_t(w / 2) * ((h + 1) / 2), fill), v(u), steps{w, w / 2, w / 2},
+          planes{y.data(), u.data(), v.data()} {}
 };
-
-Planes i420(int width, int height, uint8_t fill) {
-    Planes p;
-    p.y.assign(size_t(width) * height, fill);
-    p.u.assign(size_t(width / 2) * ((height + 1) / 2), fill);
-    p.v.assign(p.u.size(), fill);
-    p.steps[0] = width;
-    p.steps[1] = p.steps[2] = width / 2;
-    return p;
-}
 
 TEST(DirectConverters, PackedFourOneOneGroupsOfEightPixels) {
     // Width 12 converts one group of 8 pixels per row; odd height 3 still
     // writes chroma from its last, even row.
     std::vector<uint8_t> packed(3 * 18);
     std::iota(packed.begin(), packed.end(), uint8_t(0));
-    Planes out = i420(12, 3, 0xEE);
-    convertY41PToI420(out.steps, out.pointers(), packed.data(), 18, 12, 3);
+    I420 out(12, 3, 0xEE);
+    convertY41PToI420(out.steps, out.planes, packed.data(), 18, 12, 3);
     EXPECT_EQ(std::vector<uint8_t>(out.y.begin(), out.y.begin() + 12),
               std::vector<uint8_t>({1, 3, 5, 7, 8, 9, 10, 11, 0xEE, 0xEE, 0xEE, 0xEE}));
     EXPECT_EQ(out.u, std::vector<uint8_t>({0, 0, 4, 4, 0xEE, 0xEE, 36, 36, 40, 40, 0xEE, 0xEE}));
@@ -79,8 +65,8 @@ TEST(DirectConverters, PackedFourOneOneGroupsOfEightPixels) {
     EXPECT_EQ(again[12], 0xEE);
 
     // Narrower than a group: nothing is converted.
-    Planes untouched = i420(4, 2, 0xEE);
-    convertY41PToI420(untouched.steps, untouched.pointers(), packed.data(), 18, 7, 2);
+    I420 untouched(4, 2, 0xEE);
+    convertY41PToI420(untouched.steps, untouched.planes, packed.data(), 18, 7, 2);
     EXPECT_EQ(untouched.y, std::vector<uint8_t>(8, 0xEE));
 }
 
@@ -91,21 +77,21 @@ TEST(DirectConverters, PlanarFourOneOneWidensEvenChromaRows) {
     const std::vector<uint8_t> cr = {100, 120, 0, 0, 200, 201};
     const uint8_t* src[3] = {luma.data(), cb.data(), cr.data()};
     const int32_t srcSteps[3] = {8, 2, 2};
-    Planes out = i420(8, 3, 0xEE);
-    ASSERT_EQ(convertY411ToI420(out.steps, out.pointers(), src, srcSteps, 8, 3), 0);
+    I420 out(8, 3, 0xEE);
+    ASSERT_EQ(convertY411ToI420(out.steps, out.planes, src, srcSteps, 8, 3), 0);
     EXPECT_EQ(out.y, luma);
     EXPECT_EQ(out.u, std::vector<uint8_t>({10, 15, 21, 21, 30, 35, 41, 41}));
     EXPECT_EQ(out.v, std::vector<uint8_t>({100, 110, 120, 120, 200, 200, 201, 201}));
 
     // Width 6: one source sample, so the third chroma column stays.
-    Planes narrow = i420(6, 2, 0xEE);
+    I420 narrow(6, 2, 0xEE);
     const int32_t narrowSteps[3] = {6, 2, 2};
-    convertY411ToI420(narrow.steps, narrow.pointers(), src, narrowSteps, 6, 2);
+    convertY411ToI420(narrow.steps, narrow.planes, src, narrowSteps, 6, 2);
     EXPECT_EQ(narrow.u, std::vector<uint8_t>({10, 10, 0xEE}));
 
     // The luma copy refuses a zero height, and nothing else is written.
-    Planes none = i420(8, 2, 0xEE);
-    EXPECT_NE(convertY411ToI420(none.steps, none.pointers(), src, srcSteps, 8, 0), 0);
+    I420 none(8, 2, 0xEE);
+    EXPECT_NE(convertY411ToI420(none.steps, none.planes, src, srcSteps, 8, 0), 0);
     EXPECT_EQ(none.u, std::vector<uint8_t>(4, 0xEE));
 }
 

@@ -2,9 +2,13 @@
 // oddities of its routes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <map>
 #include <memory>
 #include <set>
+#include <tuple>
+#include <vector>
 
 #include "color/router.h"
 #include "common/testing.h"
@@ -12,21 +16,13 @@
 
 namespace {
 
-struct ImageDeleter {
-    void operator()(TImage* image) const { morvaFreeImage(image); }
-};
-using ImagePtr = std::unique_ptr<TImage, ImageDeleter>;
+using ImagePtr = std::unique_ptr<TImage, decltype(&morvaFreeImage)>;
 
-ImagePtr randomImage(int format, int width, int height, uint32_t salt) {
-    ImagePtr image(morvaAllocateImage("test", width, -height, format, nullptr, 0));
-    morva::testing::Rng rng(salt);
-    rng.fill(image->data, size_t(image->size));
-    return image;
-}
-
-ImagePtr filledImage(int format, int width, int height, uint8_t value) {
-    ImagePtr image(morvaAllocateImage("test", width, -height, format, nullptr, 0));
-    std::fill(image->data, image->data + image->size, value);
+// An image of the format filled with `fill`, or random bytes when it is negative.
+ImagePtr image(int format, int width, int height, int fill) {
+    ImagePtr image(morvaAllocateImage("test", width, -height, format, nullptr, 0), &morvaFreeImage);
+    if (fill < 0) morva::testing::Rng(uint32_t(format)).fill(image->data, size_t(image->size));
+    else std::fill(image->data, image->data + image->size, uint8_t(fill));
     return image;
 }
 
@@ -78,58 +74,44 @@ Route expectedRoute(int src, int dst) {
 
 // Converts with explicit legs through a temporary image of the given format.
 ImagePtr convertInTwoLegs(const TImage& source, int via, int dst) {
-    ImagePtr temp = filledImage(via, source.width, source.height, 0);
+    ImagePtr temp = image(via, source.width, source.height, 0);
     EXPECT_TRUE(morva::convertColorSpaceDirect(&source, temp.get()));
-    ImagePtr out = filledImage(dst, source.width, source.height, 0x5A);
+    ImagePtr out = image(dst, source.width, source.height, 0x5A);
     EXPECT_TRUE(morva::convertColorSpaceDirect(temp.get(), out.get()));
     return out;
 }
 
-bool sameBytes(const TImage& a, const TImage& b) {
-    return a.size == b.size && std::equal(a.data, a.data + a.size, b.data);
-}
+std::vector<uint8_t> bytes(const TImage& image, int size) { return {image.data, image.data + size}; }
 
 TEST(Router, DecidesEveryPairOfFormats) {
     MORVA_SEED_TRACE();
     const int width = 16, height = 6;
     for (int src = 0; src < 22; ++src) {
-        ImagePtr source = randomImage(src, width, height, uint32_t(src));
+        ImagePtr source = image(src, width, height, -1);
         for (int dst = 0; dst < 22; ++dst) {
             SCOPED_TRACE(::testing::Message() << src << " -> " << dst);
             const Route route = expectedRoute(src, dst);
-            ImagePtr direct = filledImage(dst, width, height, 0x5A);
-            const bool directDone = morva::convertColorSpaceDirect(source.get(), direct.get());
-            EXPECT_EQ(directDone, route == Route::Raw || route == Route::Direct ||
-                                      route == Route::ThroughRgb24);
-            ImagePtr out = filledImage(dst, width, height, 0x5A);
-            const bool done = morva::convertColorSpace(source.get(), out.get());
-            EXPECT_EQ(done, route != Route::Refused);
-            switch (route) {
-            case Route::Raw:
-                EXPECT_TRUE(std::equal(out->data, out->data + out->size, source->data));
-                break;
-            case Route::Direct:
-                EXPECT_TRUE(sameBytes(*out, *direct));
-                break;
-            case Route::ThroughI420:
-                EXPECT_TRUE(sameBytes(*out, *convertInTwoLegs(*source, FORMAT_I420, dst)));
-                break;
-            case Route::ThroughRgb24:
-                EXPECT_TRUE(sameBytes(*out, *convertInTwoLegs(*source, FORMAT_RGB24, dst)));
-                break;
-            case Route::Refused:
-                EXPECT_EQ(std::count(out->data, out->data + out->size, 0x5A), out->size);
-                break;
+            ImagePtr direct = image(dst, width, height, 0x5A);
+            ImagePtr out = image(dst, width, height, 0x5A);
+            EXPECT_EQ(morva::convertColorSpaceDirect(source.get(), direct.get()),
+                      route == Route::Raw || route == Route::Direct || route == Route::ThroughRgb24);
+            EXPECT_EQ(morva::convertColorSpace(source.get(), out.get()), route != Route::Refused);
+            const std::vector<uint8_t> got = bytes(*out, out->size);
+            if (route == Route::Raw) EXPECT_EQ(got, bytes(*source, out->size));
+            if (route == Route::Direct) EXPECT_EQ(got, bytes(*direct, direct->size));
+            if (route == Route::ThroughI420 || route == Route::ThroughRgb24) {
+                const int via = route == Route::ThroughI420 ? FORMAT_I420 : FORMAT_RGB24;
+                EXPECT_EQ(got, bytes(*convertInTwoLegs(*source, via, dst), out->size));
             }
+            if (route == Route::Refused) EXPECT_EQ(std::count(got.begin(), got.end(), 0x5A), out->size);
         }
     }
 }
 
 TEST(Router, RefusesImagesOfDifferentSizesAndInvalidImages) {
-    ImagePtr a = randomImage(FORMAT_I420, 16, 6, 1);
-    ImagePtr b = filledImage(FORMAT_I420, 16, 8, 0x5A);
+    ImagePtr a = image(FORMAT_I420, 16, 6, -1), b = image(FORMAT_I420, 16, 8, 0x5A);
+    ImagePtr bgra = image(FORMAT_RGB32, 16, 8, 0x5A);
     EXPECT_FALSE(morva::convertColorSpace(a.get(), b.get()));
-    ImagePtr bgra = filledImage(FORMAT_RGB32, 16, 8, 0x5A);
     EXPECT_FALSE(morva::convertColorSpace(a.get(), bgra.get()));
     EXPECT_EQ(std::count(bgra->data, bgra->data + bgra->size, 0x5A), bgra->size);
     EXPECT_FALSE(morva::convertColorSpace(nullptr, b.get()));
@@ -137,61 +119,55 @@ TEST(Router, RefusesImagesOfDifferentSizesAndInvalidImages) {
     EXPECT_FALSE(morva::convertColorSpace(a.get(), &hollow));
 }
 
-// One picture with distinct chroma: Cb 60 and Cr 200, mid-grey luma.
-ImagePtr colouredI420(int format) {
-    ImagePtr image = filledImage(format, 16, 4, 128);
-    PlaneEntry* p = image->planeInfo->planes;
-    std::fill(p[1].data, p[1].data + p[1].size, 60);
-    std::fill(p[2].data, p[2].data + p[2].size, 200);
-    return image;
+// Mid-grey luma; chroma planes 1 and 2 at c1 and c2 in even rows, 0 and 255
+// in odd ones.
+ImagePtr planar(int format, uint8_t c1, uint8_t c2) {
+    ImagePtr im = image(format, 16, 4, 128);
+    for (int k = 1; k <= 2; ++k) {
+        const PlaneEntry& p = im->planeInfo->planes[k];
+        for (int r = 0; r < p.size / p.stride; ++r)
+            std::fill_n(p.data + r * p.stride, p.stride, r % 2 ? (k == 1 ? 0 : 255) : (k == 1 ? c1 : c2));
+    }
+    return im;
+}
+
+// The first pixel of the image converted to 24-bit BGR.
+std::vector<uint8_t> firstPixel(const TImage& source) {
+    ImagePtr rgb = image(FORMAT_RGB24, 16, 4, 0);
+    EXPECT_TRUE(morva::convertColorSpace(&source, rgb.get()));
+    return {rgb->data, rgb->data + 3};
 }
 
 TEST(Router, FormatZeroReadsItsChromaPlanesCrossed) {
-    // 0 -> 5 is a raw copy, so the chroma of a 4:2:0 picture read as format 0
-    // comes out exchanged; 0 -> 12 directly reads them crossed.
-    ImagePtr yv12 = colouredI420(FORMAT_YV12);
-    ImagePtr asI420 = filledImage(FORMAT_I420, 16, 4, 0);
-    ASSERT_TRUE(morva::convertColorSpace(yv12.get(), asI420.get()));
-    ImagePtr viaRaw = filledImage(FORMAT_RGB24, 16, 4, 0);
-    ImagePtr direct = filledImage(FORMAT_RGB24, 16, 4, 0);
-    morva::convertColorSpace(asI420.get(), viaRaw.get());
-    morva::convertColorSpace(yv12.get(), direct.get());
-    // Format 0 holds Cr in plane 1 and Cb in plane 2: read crossed, Cb is
-    // 200 and blue is strong; after the raw copy Cr is 200 and red is.
-    EXPECT_GT(direct->data[0], direct->data[2]);
-    EXPECT_LT(viaRaw->data[0], viaRaw->data[2]);
+    // Format 0 holds Cr in plane 1: read crossed, Cb is 200 and blue is
+    // strong. 0 -> 5 is a raw copy, so afterwards Cr is 200 and red is.
+    ImagePtr yv12 = planar(FORMAT_YV12, 60, 200), i420 = image(FORMAT_I420, 16, 4, 0);
+    ASSERT_TRUE(morva::convertColorSpace(yv12.get(), i420.get()));
+    const std::vector<uint8_t> direct = firstPixel(*yv12), viaRaw = firstPixel(*i420);
+    EXPECT_GT(direct[0], direct[2]);
+    EXPECT_LT(viaRaw[0], viaRaw[2]);
 }
 
 TEST(Router, PackedYCbCrToPlanarExchangesChroma) {
     // YUY2 -> I420 writes Cr into plane 1; UYVY -> I420 comes out right.
-    ImagePtr yuy2 = filledImage(FORMAT_YUY2, 16, 4, 0);
-    ImagePtr uyvy = filledImage(FORMAT_UYVY, 16, 4, 0);
-    for (int i = 0; i < yuy2->size; i += 4) {
-        const uint8_t y2[4] = {100, 60, 100, 200}, uy[4] = {60, 100, 200, 100};
-        std::copy(y2, y2 + 4, yuy2->data + i);
-        std::copy(uy, uy + 4, uyvy->data + i);
+    using Group = std::array<uint8_t, 4>;
+    for (const auto& [format, group, plane1] : {std::tuple{FORMAT_YUY2, Group{100, 60, 100, 200}, 200},
+                                                std::tuple{FORMAT_UYVY, Group{60, 100, 200, 100}, 60}}) {
+        ImagePtr packed = image(format, 16, 4, 0), i420 = image(FORMAT_I420, 16, 4, 0);
+        for (int i = 0; i < packed->size; i += 4) std::copy(group.begin(), group.end(), packed->data + i);
+        ASSERT_TRUE(morva::convertColorSpace(packed.get(), i420.get()));
+        EXPECT_EQ(i420->planeInfo->planes[1].data[0], plane1) << format;
     }
-    ImagePtr fromYuy2 = filledImage(FORMAT_I420, 16, 4, 0);
-    ImagePtr fromUyvy = filledImage(FORMAT_I420, 16, 4, 0);
-    morva::convertColorSpace(yuy2.get(), fromYuy2.get());
-    morva::convertColorSpace(uyvy.get(), fromUyvy.get());
-    EXPECT_EQ(fromYuy2->planeInfo->planes[1].data[0], 200);
-    EXPECT_EQ(fromUyvy->planeInfo->planes[1].data[0], 60);
 }
 
+// Planar 4:2:2 passes for 4:2:0 on the way to RGB: the odd chroma rows are
+// never read, and every pixel is mid grey.
 TEST(Router, PlanarFourTwoTwoDropsOddChromaRowsOnTheWayToRgb) {
-    ImagePtr planar422 = filledImage(FORMAT_YVYU, 16, 4, 128);
-    PlaneEntry* p = planar422->planeInfo->planes;
-    // Chroma rows 1 and 3 differ from rows 0 and 2; they are never read.
-    for (int r = 1; r < 4; r += 2) {
-        std::fill(p[1].data + r * p[1].stride, p[1].data + (r + 1) * p[1].stride, 0);
-        std::fill(p[2].data + r * p[2].stride, p[2].data + (r + 1) * p[2].stride, 255);
-    }
-    ImagePtr rgb = filledImage(FORMAT_RGB24, 16, 4, 0);
+    ImagePtr planar422 = planar(FORMAT_YVYU, 128, 128), rgb = image(FORMAT_RGB24, 16, 4, 0);
     ASSERT_TRUE(morva::convertColorSpace(planar422.get(), rgb.get()));
     const PlaneEntry& out = rgb->planeInfo->planes[0];
     for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 3; ++c) EXPECT_EQ(out.data[r * out.stride + c], 130) << r;
+        EXPECT_EQ(std::count(out.data + r * out.stride, out.data + r * out.stride + 48, 130), 48) << r;
 }
 
 }  // namespace
