@@ -5,8 +5,8 @@ precision, each value rounded to the nearest float32.
 
 sin(pi * x) is evaluated after reducing x by whole half-turns, so that the
 window is exactly 0 at whole distances (entry 100 comes out as -0) and the
-values near the zeros keep their precision. tests/resample/lanczos_test.cpp
-recomputes the table by the same rule.
+values near the zeros keep their precision. The resampling tests compare a
+few entries with the values the window was first shipped with.
 
 Usage: python3 tools/gen_lanczos_table.py > src/resample/lanczos_table.inc
 """
