@@ -49,4 +49,21 @@ std::vector<int> testWidths(int maxWidth) {
     return widths;
 }
 
+std::ostream& operator<<(std::ostream& out, const FormCase& c) {
+    return out << c.width << "x" << c.height << " padding " << c.padding << " source +" << c.srcOffset << " target +"
+               << c.dstOffset << " variant " << c.variant;
+}
+
+std::vector<FormCase> formSweep(const std::vector<int>& heights, const std::vector<int>& variants, int maxWidth) {
+    std::vector<FormCase> cases;
+    for (int variant : variants)
+        for (int height : heights)
+            for (int padding : {0, 7})
+                for (int width : testWidths(maxWidth)) {
+                    const size_t n = cases.size();
+                    cases.push_back({width, height, padding, n * 17 % 64, (n * 29 + n / 64) % 64, variant});
+                }
+    return cases;
+}
+
 }  // namespace morva::testing

@@ -1,12 +1,14 @@
-// Shared test support: seeded random input, buffers with guarded margins, and
-// the loop that runs every vector form of a kernel against its scalar
-// definition.
+// Shared test support: seeded random input, buffers with guarded margins, the
+// loops over the forms of a kernel, and the harness that compares every vector
+// form with the scalar definition.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -72,5 +74,48 @@ void forEachVectorForm(const KernelTable<Fn>& table, Body&& body) {
 // Widths that leave every tail length of a vector loop, plus the small and
 // the large cases.
 std::vector<int> testWidths(int maxWidth = 70);
+
+// One case of a forms sweep: a width in pixels (in bytes for byte kernels),
+// rows, bytes of padding behind each row, the offsets of source and target
+// from a 64-byte boundary, and a variant that the kernel's adapter reads (an
+// axis, a streaming flag, a cache size).
+struct FormCase {
+    int width = 1, height = 1, padding = 0;
+    size_t srcOffset = 0, dstOffset = 0;
+    int variant = 0;
+
+    int32_t step(int pixelBytes) const { return width * pixelBytes + padding; }
+    // The bytes from the first pixel to the last of a plane of this geometry.
+    size_t planeBytes(int pixelBytes) const { return size_t(step(pixelBytes)) * (height - 1) + size_t(width) * pixelBytes; }
+};
+std::ostream& operator<<(std::ostream& out, const FormCase& c);
+
+// The standard sweep: every width of testWidths(maxWidth) at every height and
+// variant, without and with padding, with the source and target offsets
+// running through 0 to 63 independently over the cases.
+std::vector<FormCase> formSweep(const std::vector<int>& heights, const std::vector<int>& variants = {0}, int maxWidth = 70);
+
+// The forms harness. For every case, run(fn, case, rng) runs one form on
+// input drawn from rng and returns the guarded buffer the form wrote. Every
+// vector form this processor runs must leave the bytes of the scalar form, on
+// the same input, and no form may touch a margin. Stops at the first failing
+// case.
+template <class Fn, class Case, class Run>
+void compareFormsWithScalar(const KernelTable<Fn>& table, const std::vector<Case>& cases, Run&& run) {
+    MORVA_SEED_TRACE();
+    for (size_t i = 0; i < cases.size(); ++i) {
+        Rng scalarRng{uint32_t(i)};
+        const GuardedBuffer expected = run(table.scalar(), cases[i], scalarRng);
+        ASSERT_TRUE(expected.marginsIntact()) << "scalar form, " << ::testing::PrintToString(cases[i]);
+        forEachVectorForm(table, [&](const KernelForm<Fn>& form) {
+            Rng rng{uint32_t(i)};
+            const GuardedBuffer actual = run(form.fn, cases[i], rng);
+            EXPECT_TRUE(actual.size() == expected.size() && actual.marginsIntact() &&
+                        std::equal(actual.data(), actual.data() + actual.size(), expected.data()))
+                << ::testing::PrintToString(cases[i]);
+        });
+        if (::testing::Test::HasFailure()) return;
+    }
+}
 
 }  // namespace morva::testing

@@ -2,6 +2,7 @@
 // nothing is written anywhere.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "morva.h"
@@ -12,23 +13,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-size_t logFilesIn(const fs::path& directory) {
-    size_t n = 0;
-    for (const auto& entry : fs::directory_iterator(directory))
-        if (entry.path().extension() == ".log") ++n;
-    return n;
+ptrdiff_t logFilesIn(const fs::path& directory) {
+    return std::count_if(fs::directory_iterator(directory), {}, [](const auto& e) { return e.path().extension() == ".log"; });
 }
 
 TEST(TraceOff, ScopesAndLinesWriteNothing) {
     const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
     ASSERT_FALSE(fs::exists(here / "enabletraces.txt"));
-    const size_t before = logFilesIn(here);
+    const ptrdiff_t before = logFilesIn(here);
     {
         morva::CTraces scope("quiet()");
         morva::traceWrite(scope, "line %d\n", 1);
         EXPECT_FALSE(scope.hasOutput);
-        BITMAPINFOHEADER h{};
-        morvaGetBitmapColorFormat(&h);
+        EXPECT_EQ(morvaGetBitmapColorFormat(static_cast<const BITMAPINFOHEADER*>(nullptr)), -1);  // a call with a scope
     }
     EXPECT_FALSE(morva::traceEnabled());
     EXPECT_EQ(morva::traceLogPath(), "");

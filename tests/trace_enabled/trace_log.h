@@ -15,33 +15,26 @@ struct TraceLine {
     std::string threadId, time, indentation, text;
 };
 
-// Splits the log at its line feeds; a line keeps its carriage returns.
+// Splits the log at its line feeds; a line keeps its carriage returns. A line
+// of another shape has sequence -1 and all of it as text.
 inline std::vector<TraceLine> readTraceLog(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
     std::stringstream all;
-    all << in.rdbuf();
-    const std::string content = all.str();
+    all << std::ifstream(path, std::ios::binary).rdbuf();
     static const std::regex shape(R"((\d{5}) ([0-9a-f]{8}) (\d\d:\d\d:\d\d) ((?:\| )*)([\s\S]*))");
     std::vector<TraceLine> lines;
-    size_t start = 0;
-    while (start < content.size()) {
-        size_t end = content.find('\n', start);
-        if (end == std::string::npos) end = content.size() - 1;
-        const std::string line = content.substr(start, end - start + 1);
+    std::string line;
+    while (std::getline(all, line)) {
+        if (!all.eof()) line += '\n';
         std::smatch m;
-        if (std::regex_match(line, m, shape))
-            lines.push_back({std::stoi(m[1]), m[2], m[3], m[4], m[5]});
-        else
-            lines.push_back({-1, "", "", "", line});
-        start = end + 1;
+        lines.push_back(std::regex_match(line, m, shape) ? TraceLine{std::stoi(m[1]), m[2], m[3], m[4], m[5]}
+                                                          : TraceLine{-1, "", "", "", line});
     }
     return lines;
 }
 
 // The log name's pattern for a library file name without extension.
 inline bool isLogNameOf(const std::string& fileName, const std::string& library) {
-    const std::regex shape(R"(\d{4}\.\d\d\.\d\d,\d\d-\d\d-\d\d )" + library + R"(\.log)");
-    return std::regex_match(fileName, shape);
+    return std::regex_match(fileName, std::regex(R"(\d{4}\.\d\d\.\d\d,\d\d-\d\d-\d\d )" + library + R"(\.log)"));
 }
 
 }  // namespace morva::testing

@@ -21,47 +21,41 @@ class TraceOn : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(morva::traceEnabled());
-        log_ = morva::traceLogPath();
-        first_ = readTraceLog(log_).size();
+        first_ = readTraceLog(morva::traceLogPath()).size();
     }
     // Lines written since the test began.
     std::vector<TraceLine> newLines() const {
-        std::vector<TraceLine> all = readTraceLog(log_);
+        std::vector<TraceLine> all = readTraceLog(morva::traceLogPath());
         return {all.begin() + ptrdiff_t(first_), all.end()};
     }
-    fs::path log_;
     size_t first_ = 0;
 };
 
-TEST_F(TraceOn, LogLiesBesideTheLibraryWithItsName) {
-    const fs::path program = fs::read_symlink("/proc/self/exe");
-    EXPECT_EQ(log_.parent_path(), program.parent_path());
-    EXPECT_TRUE(morva::testing::isLogNameOf(log_.filename().string(), "test_trace_static"))
-        << log_;
-}
-
+// The log lies beside the program with its name. Scopes indent the lines
+// inside them and every line is numbered.
 TEST_F(TraceOn, ScopesIndentTheirLinesAndNumberThem) {
+    const fs::path log = morva::traceLogPath();
+    EXPECT_EQ(log.parent_path(), fs::read_symlink("/proc/self/exe").parent_path());
+    EXPECT_TRUE(morva::testing::isLogNameOf(log.filename().string(), "test_trace_static")) << log;
     {
         CTraces outer("outer()");
         traceWrite(outer, "value %d\n", 42);
-        {
-            CTraces inner("inner()");
-        }
+        CTraces inner("inner()");
     }
     const std::vector<TraceLine> lines = newLines();
     ASSERT_EQ(lines.size(), 5u);
     const char* texts[] = {"+-Enter: outer()\r\r\n", "value 42\r\n", "+-Enter: inner()\r\r\n",
                            "+-Leave: inner()\r\r\n", "+-Leave: outer()\r\r\n"};
     const char* indents[] = {"", "| ", "| ", "| ", ""};
-    for (size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_EQ(lines[i].text, texts[i]) << i;
-        EXPECT_EQ(lines[i].indentation, indents[i]) << i;
-        EXPECT_EQ(lines[i].sequence, lines[0].sequence + int(i));
-        EXPECT_EQ(lines[i].threadId, lines[0].threadId);
-    }
+    for (size_t i = 0; i < lines.size(); ++i)
+        EXPECT_TRUE(lines[i].text == texts[i] && lines[i].indentation == indents[i] &&
+                    lines[i].sequence == lines[0].sequence + int(i) && lines[i].threadId == lines[0].threadId)
+            << i << ": " << lines[i].sequence << " " << lines[i].indentation << lines[i].text;
 }
 
-TEST_F(TraceOn, AnonymousScopeLeavesOnlyWhenItWrote) {
+// An anonymous scope leaves only when something was written in it. The
+// indentation recovers when an exception passes through a scope.
+TEST_F(TraceOn, AnonymousScopesAndExceptions) {
     {
         CTraces silent(nullptr);
         CTraces empty("");
@@ -71,26 +65,17 @@ TEST_F(TraceOn, AnonymousScopeLeavesOnlyWhenItWrote) {
         CTraces anonymous(nullptr);
         traceWrite(anonymous, "inside");
     }
-    const std::vector<TraceLine> lines = newLines();
-    ASSERT_EQ(lines.size(), 1u);  // no line feed: the leave line runs on
-    EXPECT_EQ(lines[0].indentation, "| ");
-    EXPECT_EQ(lines[0].text.substr(0, 6), "inside");
-    EXPECT_TRUE(lines[0].text.ends_with(" +-Leave\r\r\n")) << lines[0].text;
-}
-
-TEST_F(TraceOn, IndentationRecoversWhenAnExceptionPassesThrough) {
     try {
         CTraces failing("failing()");
         throw std::runtime_error("out");
     } catch (const std::runtime_error&) {
     }
-    {
-        CTraces after("after()");
-    }
+    { CTraces after("after()"); }
     const std::vector<TraceLine> lines = newLines();
-    ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[2].indentation, "");
-    EXPECT_EQ(lines[2].text, "+-Enter: after()\r\r\n");
+    ASSERT_EQ(lines.size(), 5u);  // no line feed: the anonymous leave line runs on
+    EXPECT_TRUE(lines[0].indentation == "| " && lines[0].text.starts_with("inside") &&
+                lines[0].text.ends_with(" +-Leave\r\r\n")) << lines[0].text;
+    EXPECT_TRUE(lines[3].indentation.empty() && lines[3].text == "+-Enter: after()\r\r\n") << lines[3].text;
 }
 
 TEST_F(TraceOn, ThreadsWriteWholeLinesWithUniqueNumbers) {
@@ -105,19 +90,15 @@ TEST_F(TraceOn, ThreadsWriteWholeLinesWithUniqueNumbers) {
     for (auto& thread : threads) thread.join();
     const std::vector<TraceLine> lines = newLines();
     ASSERT_EQ(lines.size(), 300u);
-    for (size_t i = 0; i < lines.size(); ++i) {
-        ASSERT_GE(lines[i].sequence, 0) << lines[i].text;
-        EXPECT_EQ(lines[i].sequence, lines[0].sequence + int(i));
-    }
+    for (size_t i = 0; i < lines.size(); ++i)
+        ASSERT_EQ(lines[i].sequence, lines[0].sequence + int(i)) << lines[i].text;
 }
 
-}  // namespace
-
-namespace {
 // Each run starts a log of its own; this one removes it when the run ends.
 class RemoveLog : public ::testing::Environment {
 public:
     void TearDown() override { std::filesystem::remove(morva::traceLogPath()); }
 };
 const auto* const removeLog = ::testing::AddGlobalTestEnvironment(new RemoveLog);
+
 }  // namespace
