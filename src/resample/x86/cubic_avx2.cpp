@@ -9,41 +9,11 @@
 #if MORVA_X86_64
 #include <immintrin.h>
 
-#include <cstring>
-
 #include "resample/x86/tap_filter_avx2.h"
 
 namespace morva {
 
 using namespace avx2;
-
-namespace {
-
-// Per half of m0..m3 a 4 x 4 transpose: the halves of the result t hold
-// element t of m0, m1, m2, m3.
-void transposeHalves(__m256& m0, __m256& m1, __m256& m2, __m256& m3) {
-    const __m256 t0 = _mm256_unpacklo_ps(m0, m1), t1 = _mm256_unpackhi_ps(m0, m1);
-    const __m256 t2 = _mm256_unpacklo_ps(m2, m3), t3 = _mm256_unpackhi_ps(m2, m3);
-    m0 = _mm256_shuffle_ps(t0, t2, 0x44);
-    m1 = _mm256_shuffle_ps(t0, t2, 0xEE);
-    m2 = _mm256_shuffle_ps(t1, t3, 0x44);
-    m3 = _mm256_shuffle_ps(t1, t3, 0xEE);
-}
-
-// Byte Tap of each 32-bit lane as a float.
-template <int Tap>
-__m256 byteOf(__m256i v) {
-    return _mm256_cvtepi32_ps(
-        _mm256_and_si256(_mm256_srli_epi32(v, 8 * Tap), _mm256_set1_epi32(0xFF)));
-}
-
-int32_t tapsOf(const uint8_t* p, int32_t k) {
-    int32_t v;
-    std::memcpy(&v, p + k - 1, sizeof v);
-    return v;
-}
-
-}  // namespace
 
 void cubicRow8uC1Avx2(const uint8_t* p, const int32_t* columns, const float* coefficients,
                       float* out, int32_t width) {
@@ -55,9 +25,10 @@ void cubicRow8uC1Avx2(const uint8_t* p, const int32_t* columns, const float* coe
     int32_t j = 0;
     for (; j + 8 <= blocked; j += 8) {
         const int32_t* k = columns + j;
-        const __m256i taps =
-            _mm256_setr_epi32(tapsOf(p, k[0]), tapsOf(p, k[2]), tapsOf(p, k[4]), tapsOf(p, k[6]),
-                              tapsOf(p, k[1]), tapsOf(p, k[3]), tapsOf(p, k[5]), tapsOf(p, k[7]));
+        // Taps k - 1 .. k + 2 of column n.
+        const auto tapsOf = [&](int n) { return fourBytes(p + k[n] - 1); };
+        const __m256i taps = _mm256_setr_epi32(tapsOf(0), tapsOf(2), tapsOf(4), tapsOf(6), tapsOf(1),
+                                               tapsOf(3), tapsOf(5), tapsOf(7));
         const float* c = coefficients + 4 * j;
         __m256 c0 = _mm256_loadu_ps(c), c1 = _mm256_loadu_ps(c + 8), c2 = _mm256_loadu_ps(c + 16),
                c3 = _mm256_loadu_ps(c + 24);

@@ -8,8 +8,6 @@
 #if MORVA_X86_64
 #include <immintrin.h>
 
-#include <cstring>
-
 #include "resample/x86/tap_filter_avx2.h"
 
 namespace morva {
@@ -17,29 +15,6 @@ namespace morva {
 using namespace avx2;
 
 namespace {
-
-// Per half of m0..m3 a 4 x 4 transpose: the halves of the result t hold
-// element t of m0, m1, m2, m3.
-void transposeHalves(__m256& m0, __m256& m1, __m256& m2, __m256& m3) {
-    const __m256 t0 = _mm256_unpacklo_ps(m0, m1), t1 = _mm256_unpackhi_ps(m0, m1);
-    const __m256 t2 = _mm256_unpacklo_ps(m2, m3), t3 = _mm256_unpackhi_ps(m2, m3);
-    m0 = _mm256_shuffle_ps(t0, t2, 0x44);
-    m1 = _mm256_shuffle_ps(t0, t2, 0xEE);
-    m2 = _mm256_shuffle_ps(t1, t3, 0x44);
-    m3 = _mm256_shuffle_ps(t1, t3, 0xEE);
-}
-
-template <int Byte>
-__m256 byteOf(__m256i v) {
-    return _mm256_cvtepi32_ps(
-        _mm256_and_si256(_mm256_srli_epi32(v, 8 * Byte), _mm256_set1_epi32(0xFF)));
-}
-
-int32_t fourBytes(const uint8_t* p) {
-    int32_t v;
-    std::memcpy(&v, p, sizeof v);
-    return v;
-}
 
 __m128 farPair(const float* c) {
     return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(c + 4)));

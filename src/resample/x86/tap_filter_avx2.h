@@ -1,6 +1,7 @@
 // AVX2 pieces shared by the cubic and Lanczos row kernels: the blend loop at
-// eight floats a vector, and byte shuffles that widen one tap of a
-// four-channel 8u pixel to int32 lanes. Include only from _avx2.cpp files.
+// eight floats a vector, byte shuffles that widen one tap of a four-channel
+// 8u pixel to int32 lanes, and the loads and transposes of the one-channel
+// rows. Include only from _avx2.cpp files.
 #pragma once
 
 #include "kernels/cpu.h"
@@ -37,6 +38,31 @@ inline __m256i loadHalves(const uint8_t* lo, const uint8_t* hi) {
     return _mm256_inserti128_si256(
         _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lo))),
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(hi)), 1);
+}
+
+// p[0..3] as one 32-bit value, byte 0 lowest.
+inline int32_t fourBytes(const uint8_t* p) {
+    int32_t v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+
+// Byte Byte of each 32-bit lane as a float.
+template <int Byte>
+inline __m256 byteOf(__m256i v) {
+    return _mm256_cvtepi32_ps(
+        _mm256_and_si256(_mm256_srli_epi32(v, 8 * Byte), _mm256_set1_epi32(0xFF)));
+}
+
+// Per half of m0..m3 a 4 x 4 transpose: the halves of the result t hold
+// element t of m0, m1, m2, m3.
+inline void transposeHalves(__m256& m0, __m256& m1, __m256& m2, __m256& m3) {
+    const __m256 t0 = _mm256_unpacklo_ps(m0, m1), t1 = _mm256_unpackhi_ps(m0, m1);
+    const __m256 t2 = _mm256_unpacklo_ps(m2, m3), t3 = _mm256_unpackhi_ps(m2, m3);
+    m0 = _mm256_shuffle_ps(t0, t2, 0x44);
+    m1 = _mm256_shuffle_ps(t0, t2, 0xEE);
+    m2 = _mm256_shuffle_ps(t1, t3, 0x44);
+    m3 = _mm256_shuffle_ps(t1, t3, 0xEE);
 }
 
 // 32 int32 results, eight to a vector, to 8u or 16u in sample order, with
