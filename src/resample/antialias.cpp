@@ -27,24 +27,6 @@ double sinc(double x) {
 
 // ---- Scalar definitions of the pass kernels ------------------------------------------
 
-template <class T>
-void antialiasRowsC1Scalar(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
-                           const float* weights, int32_t taps, float* out, int32_t width) {
-    for (int32_t r = 0; r < rows; ++r, src += srcStep, out += width) {
-        for (int32_t c = 0; c < width; ++c) {
-            const int32_t* index = indices + ptrdiff_t(c) * taps;
-            const float* weight = weights + ptrdiff_t(c) * taps;
-            double even = 0.0, odd = 0.0;
-            int32_t j = 0;
-            for (; j + 2 < taps; j += 2) {
-                even = even + double(src[index[j]]) * double(weight[j]);
-                odd = odd + double(src[index[j + 1]]) * double(weight[j + 1]);
-            }
-            out[c] = float((even + odd) + double(src[index[j]]) * double(weight[j]));
-        }
-    }
-}
-
 template <class T, int Channels>
 void antialiasRowsScalar(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
                          const float* weights, int32_t taps, float* out, int32_t width) {
@@ -68,15 +50,6 @@ void antialiasAccumulateC1Scalar(const float* row, float weight, float* acc, int
 
 void antialiasAccumulateScalar(const float* row, float weight, float* acc, int32_t count) {
     for (int32_t i = 0; i < count; ++i) acc[i] = acc[i] + weight * row[i];
-}
-
-template <class T>
-void antialiasStoreScalar(float* acc, T* dst, int32_t count) {
-    constexpr int32_t kMax = sizeof(T) == 1 ? 255 : 65535;
-    for (int32_t i = 0; i < count; ++i) {
-        dst[i] = static_cast<T>(clampSample(truncToInt32(double(acc[i]) + 0.5000001), kMax));
-        acc[i] = 0.0f;
-    }
 }
 
 // ---- Tables ---------------------------------------------------------------------------
@@ -226,6 +199,42 @@ constexpr auto byDepth(A a, B b) {
 }
 
 }  // namespace
+
+// ---- Scalar definitions that the vector forms finish with --------------------------
+
+template <class T>
+void antialiasRowsC1Scalar(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
+                           const float* weights, int32_t taps, float* out, int32_t width) {
+    for (int32_t r = 0; r < rows; ++r, src += srcStep, out += width) {
+        for (int32_t c = 0; c < width; ++c) {
+            const int32_t* index = indices + ptrdiff_t(c) * taps;
+            const float* weight = weights + ptrdiff_t(c) * taps;
+            double even = 0.0, odd = 0.0;
+            int32_t j = 0;
+            for (; j + 2 < taps; j += 2) {
+                even = even + double(src[index[j]]) * double(weight[j]);
+                odd = odd + double(src[index[j + 1]]) * double(weight[j + 1]);
+            }
+            out[c] = float((even + odd) + double(src[index[j]]) * double(weight[j]));
+        }
+    }
+}
+
+template <class T>
+void antialiasStoreScalar(float* acc, T* dst, int32_t count) {
+    constexpr int32_t kMax = sizeof(T) == 1 ? 255 : 65535;
+    for (int32_t i = 0; i < count; ++i) {
+        dst[i] = static_cast<T>(clampSample(truncToInt32(double(acc[i]) + 0.5000001), kMax));
+        acc[i] = 0.0f;
+    }
+}
+
+template void antialiasRowsC1Scalar<uint8_t>(const uint8_t*, int32_t, int32_t, const int32_t*,
+                                             const float*, int32_t, float*, int32_t);
+template void antialiasRowsC1Scalar<uint16_t>(const uint16_t*, int32_t, int32_t, const int32_t*,
+                                              const float*, int32_t, float*, int32_t);
+template void antialiasStoreScalar<uint8_t>(float*, uint8_t*, int32_t);
+template void antialiasStoreScalar<uint16_t>(float*, uint16_t*, int32_t);
 
 double antialiasReach(int32_t id) {
     switch (id) {

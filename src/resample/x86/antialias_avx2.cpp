@@ -3,7 +3,6 @@
 // four, eight accumulators at a time down. The same operations per lane as
 // the scalar definition.
 #include "resample/antialias_forms.h"
-#include "resample/resize_common.h"
 
 #if MORVA_X86_64
 #include <immintrin.h>
@@ -58,23 +57,8 @@ void rowsMulti(const T* src, int32_t srcStep, int32_t rows, const int32_t* indic
     }
 }
 
-template <class T>
-void rowC1(const T* src, const int32_t* indices, const float* weights, int32_t taps, float* out,
-           int32_t width) {
-    for (int32_t c = 0; c < width; ++c) {
-        const int32_t* index = indices + ptrdiff_t(c) * taps;
-        const float* weight = weights + ptrdiff_t(c) * taps;
-        double even = 0.0, odd = 0.0;
-        int32_t j = 0;
-        for (; j + 2 < taps; j += 2) {
-            even = even + double(src[index[j]]) * double(weight[j]);
-            odd = odd + double(src[index[j + 1]]) * double(weight[j + 1]);
-        }
-        out[c] = float((even + odd) + double(src[index[j]]) * double(weight[j]));
-    }
-}
-
-// One sample per pixel: rows r to r + 3 in the four lanes, the rest one by one.
+// One sample per pixel: rows r to r + 3 in the four lanes, the rest by the
+// scalar definition.
 template <class T>
 void rowsC1(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
             const float* weights, int32_t taps, float* out, int32_t width) {
@@ -101,22 +85,13 @@ void rowsC1(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
             for (int k = 0; k < 4; ++k) out[k * ptrdiff_t(width) + c] = lanes[k];
         }
     }
-    for (; r < rows; ++r, src += step, out += width) rowC1(src, indices, weights, taps, out, width);
+    if (r < rows) antialiasRowsC1Scalar(src, srcStep, rows - r, indices, weights, taps, out, width);
 }
 
 // trunc(float64(a) + 0.5000001) of four accumulators.
 __m128i converted(const float* acc) {
     return _mm256_cvttpd_epi32(
         _mm256_add_pd(_mm256_cvtps_pd(_mm_loadu_ps(acc)), _mm256_set1_pd(0.5000001)));
-}
-
-template <class T>
-void storeTail(float* acc, T* dst, int32_t from, int32_t count) {
-    constexpr int32_t kMax = sizeof(T) == 1 ? 255 : 65535;
-    for (int32_t i = from; i < count; ++i) {
-        dst[i] = static_cast<T>(clampSample(truncToInt32(double(acc[i]) + 0.5000001), kMax));
-        acc[i] = 0.0f;
-    }
 }
 
 }  // namespace
@@ -168,7 +143,7 @@ void antialiasStore8uAvx2(float* acc, uint8_t* dst, int32_t count) {
         _mm256_storeu_ps(acc + i, _mm256_setzero_ps());
         _mm256_storeu_ps(acc + i + 8, _mm256_setzero_ps());
     }
-    storeTail(acc, dst, i, count);
+    antialiasStoreScalar(acc + i, dst + i, count - i);
 }
 
 void antialiasStore16uAvx2(float* acc, uint16_t* dst, int32_t count) {
@@ -179,7 +154,7 @@ void antialiasStore16uAvx2(float* acc, uint16_t* dst, int32_t count) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), words);
         _mm256_storeu_ps(acc + i, _mm256_setzero_ps());
     }
-    storeTail(acc, dst, i, count);
+    antialiasStoreScalar(acc + i, dst + i, count - i);
 }
 
 }  // namespace morva

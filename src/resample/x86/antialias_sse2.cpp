@@ -4,7 +4,6 @@
 // float64 products in the scalar definition's order, so every form gives
 // the scalar definition's bytes.
 #include "resample/antialias_forms.h"
-#include "resample/resize_common.h"
 
 #if MORVA_X86_64
 #include <emmintrin.h>
@@ -72,7 +71,8 @@ void rowsMulti(const T* src, int32_t srcStep, int32_t rows, const int32_t* indic
     }
 }
 
-// One sample per pixel: rows r and r + 1 in the two lanes.
+// One sample per pixel: rows r and r + 1 in the two lanes, an odd last row
+// by the scalar definition.
 template <class T>
 void rowsC1(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
             const float* weights, int32_t taps, float* out, int32_t width) {
@@ -98,19 +98,7 @@ void rowsC1(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
             _mm_store_ss(out + width + c, _mm_shuffle_ps(sums, sums, 1));
         }
     }
-    for (; r < rows; ++r, src += srcStep, out += width) {
-        for (int32_t c = 0; c < width; ++c) {
-            const int32_t* index = indices + ptrdiff_t(c) * taps;
-            const float* weight = weights + ptrdiff_t(c) * taps;
-            double even = 0.0, odd = 0.0;
-            int32_t j = 0;
-            for (; j + 2 < taps; j += 2) {
-                even = even + double(src[index[j]]) * double(weight[j]);
-                odd = odd + double(src[index[j + 1]]) * double(weight[j + 1]);
-            }
-            out[c] = float((even + odd) + double(src[index[j]]) * double(weight[j]));
-        }
-    }
+    if (r < rows) antialiasRowsC1Scalar(src, srcStep, rows - r, indices, weights, taps, out, width);
 }
 
 // trunc(float64(a) + 0.5000001) of four accumulators as 32-bit integers,
@@ -131,15 +119,6 @@ __m128i clampTo16(__m128i v) {
     const __m128i over = _mm_cmpgt_epi32(v, top);
     v = _mm_or_si128(_mm_and_si128(over, top), _mm_andnot_si128(over, v));
     return _mm_srai_epi32(_mm_slli_epi32(v, 16), 16);
-}
-
-template <class T>
-void storeTail(float* acc, T* dst, int32_t from, int32_t count) {
-    constexpr int32_t kMax = sizeof(T) == 1 ? 255 : 65535;
-    for (int32_t i = from; i < count; ++i) {
-        dst[i] = static_cast<T>(clampSample(truncToInt32(double(acc[i]) + 0.5000001), kMax));
-        acc[i] = 0.0f;
-    }
 }
 
 }  // namespace
@@ -191,7 +170,7 @@ void antialiasStore8uSse2(float* acc, uint8_t* dst, int32_t count) {
         const __m128i words = _mm_packs_epi32(lo, converted(acc + i + 4));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + i), _mm_packus_epi16(words, words));
     }
-    storeTail(acc, dst, i, count);
+    antialiasStoreScalar(acc + i, dst + i, count - i);
 }
 
 void antialiasStore16uSse2(float* acc, uint16_t* dst, int32_t count) {
@@ -201,7 +180,7 @@ void antialiasStore16uSse2(float* acc, uint16_t* dst, int32_t count) {
         const __m128i words = _mm_packs_epi32(lo, clampTo16(converted(acc + i + 4)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), words);
     }
-    storeTail(acc, dst, i, count);
+    antialiasStoreScalar(acc + i, dst + i, count - i);
 }
 
 }  // namespace morva
