@@ -89,10 +89,13 @@ void superAddRowWholeScalar(const T* src, uint32_t* acc, int32_t count) {
     for (int32_t i = 0; i < count; ++i) acc[i] = acc[i] + src[i];
 }
 
-// In place: pixel c reads pixels c * run and up, never one left of c.
+}  // namespace
+
+// The whole form across from target column `from` on, in place: pixel c
+// reads pixels c * run and up, never one left of c.
 template <int Channels>
-void superReduceWholeScalar(uint32_t* acc, int32_t width, int32_t run) {
-    for (int32_t c = 0; c < width; ++c) {
+void superReduceWholeColumns(uint32_t* acc, int32_t from, int32_t width, int32_t run) {
+    for (int32_t c = from; c < width; ++c) {
         const uint32_t* box = acc + ptrdiff_t(c) * run * Channels;
         for (int s = 0; s < Channels; ++s) {
             uint32_t sum = 0;
@@ -100,6 +103,28 @@ void superReduceWholeScalar(uint32_t* acc, int32_t width, int32_t run) {
             acc[c * Channels + s] = sum;
         }
     }
+}
+
+// No saturation: the weights of a target pixel sum to 1 / factorProduct, so
+// the mean stays in range up to rounding. The conversion is the processor's,
+// which gives INT32_MIN (low bits 0) outside the 32-bit range.
+template <class T, class Acc>
+void superStoreRowScalar(const Acc* acc, T* dst, int32_t count, double factorProduct) {
+    for (int32_t i = 0; i < count; ++i)
+        dst[i] = static_cast<T>(truncToInt32(double(acc[i]) * factorProduct + 0.5));
+}
+
+template void superReduceWholeColumns<1>(uint32_t*, int32_t, int32_t, int32_t);
+template void superStoreRowScalar<uint8_t, float>(const float*, uint8_t*, int32_t, double);
+template void superStoreRowScalar<uint16_t, float>(const float*, uint16_t*, int32_t, double);
+template void superStoreRowScalar<uint8_t, uint32_t>(const uint32_t*, uint8_t*, int32_t, double);
+template void superStoreRowScalar<uint16_t, uint32_t>(const uint32_t*, uint16_t*, int32_t, double);
+
+namespace {
+
+template <int Channels>
+void superReduceWholeScalar(uint32_t* acc, int32_t width, int32_t run) {
+    superReduceWholeColumns<Channels>(acc, 0, width, run);
 }
 
 // Per target column and sample: the head part rounded to float32, then the
@@ -129,15 +154,6 @@ void superReduceFractionalScalar(float* acc, const SuperColumn* columns, int32_t
             acc[(first + i) * Channels + s] = sum;
         }
     }
-}
-
-// No saturation: the weights of a target pixel sum to 1 / factorProduct, so
-// the mean stays in range up to rounding. The conversion is the processor's,
-// which gives INT32_MIN (low bits 0) outside the 32-bit range.
-template <class T, class Acc>
-void superStoreRowScalar(const Acc* acc, T* dst, int32_t count, double factorProduct) {
-    for (int32_t i = 0; i < count; ++i)
-        dst[i] = static_cast<T>(truncToInt32(double(acc[i]) * factorProduct + 0.5));
 }
 
 // ---- The opening ----------------------------------------------------------------

@@ -1,10 +1,19 @@
-// Vector forms of the super-sampling row kernels, defined under x86/.
+// Vector forms of the super-sampling row kernels, defined under x86/, and
+// the scalar definitions they finish with.
 #pragma once
 
 #include "kernels/cpu.h"
 #include "resample/super_sampling.h"
 
 namespace morva {
+
+// Scalar definitions (super_sampling.cpp) that take over behind the last
+// vector step: the conversion, and the whole form across from target column
+// `from` on.
+template <class T, class Acc>
+void superStoreRowScalar(const Acc* acc, T* dst, int32_t count, double factorProduct);
+template <int Channels>
+void superReduceWholeColumns(uint32_t* acc, int32_t from, int32_t width, int32_t run);
 
 #if MORVA_X86_64
 SuperAddRow<uint8_t> superAddRow8uSse2, superAddRow8uAvx2;

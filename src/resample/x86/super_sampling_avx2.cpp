@@ -1,7 +1,7 @@
 // AVX2 forms of the super-sampling row kernels: the SSE2 forms' operations
 // on eight lanes, four in float64.
-#include "resample/resize_common.h"
 #include "resample/super_sampling_forms.h"
+#include "resample/x86/super_column.h"
 
 #if MORVA_X86_64
 #include <immintrin.h>
@@ -50,12 +50,6 @@ __m128 partOf(__m128 v, double part) {
 
 __m128i low16(__m128i v) { return _mm_srai_epi32(_mm_slli_epi32(v, 16), 16); }
 
-template <class T, class Acc>
-void storeTail(const Acc* acc, T* dst, int32_t from, int32_t count, double factorProduct) {
-    for (int32_t i = from; i < count; ++i)
-        dst[i] = static_cast<T>(truncToInt32(double(acc[i]) * factorProduct + 0.5));
-}
-
 template <class Acc>
 void store8u(const Acc* acc, uint8_t* dst, int32_t count, double factorProduct) {
     const __m256d fp = _mm256_set1_pd(factorProduct);
@@ -68,7 +62,7 @@ void store8u(const Acc* acc, uint8_t* dst, int32_t count, double factorProduct) 
             _mm_packus_epi16(_mm_packs_epi32(q[0], q[1]), _mm_packs_epi32(q[2], q[3]));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), bytes);
     }
-    storeTail(acc, dst, i, count, factorProduct);
+    superStoreRowScalar(acc + i, dst + i, count - i, factorProduct);
 }
 
 template <class Acc>
@@ -80,7 +74,7 @@ void store16u(const Acc* acc, uint16_t* dst, int32_t count, double factorProduct
             _mm_packs_epi32(low16(converted(acc + i, fp)), low16(converted(acc + i + 4, fp)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), words);
     }
-    storeTail(acc, dst, i, count, factorProduct);
+    superStoreRowScalar(acc + i, dst + i, count - i, factorProduct);
 }
 
 }  // namespace
@@ -164,21 +158,10 @@ void superReduceWholeC1Avx2(uint32_t* acc, int32_t width, int32_t run) {
 
 void superReduceFractionalC4Avx2(float* acc, const SuperColumn* columns, int32_t first,
                                  int32_t count) {
-    for (int32_t i = 0; i < count; ++i) {
-        const SuperColumn& column = columns[i];
-        const auto load = [acc](int32_t q) { return _mm_loadu_ps(acc + 4 * q); };
-        __m128 sum = column.hasHead ? partOf(load(column.headColumn), column.head) : _mm_setzero_ps();
-        __m128 even = _mm_setzero_ps(), odd = _mm_setzero_ps();
-        int32_t k = 0;
-        for (; k + 2 <= column.run; k += 2) {
-            even = _mm_add_ps(even, load(column.runStart + k));
-            odd = _mm_add_ps(odd, load(column.runStart + k + 1));
-        }
-        if (k < column.run) even = _mm_add_ps(even, load(column.runStart + k));
-        sum = _mm_add_ps(sum, _mm_add_ps(even, odd));
-        if (column.hasTail) sum = _mm_add_ps(sum, partOf(load(column.tailColumn), column.tail));
-        _mm_storeu_ps(acc + 4 * (first + i), sum);
-    }
+    for (int32_t i = 0; i < count; ++i)
+        _mm_storeu_ps(acc + 4 * (first + i), reduceColumn<partOf>(columns[i], [acc](int32_t q) {
+                          return _mm_loadu_ps(acc + 4 * q);
+                      }));
 }
 
 }  // namespace morva

@@ -2,8 +2,8 @@
 // definition's operations in its order: the float64 product is rounded to
 // float32 before the float32 sum, integer sums are exact, and the
 // conversion truncates as the scalar one does (INT32_MIN out of range).
-#include "resample/resize_common.h"
 #include "resample/super_sampling_forms.h"
+#include "resample/x86/super_column.h"
 
 #if MORVA_X86_64
 #include <emmintrin.h>
@@ -83,41 +83,6 @@ __m128 partOf(__m128 v, double part) {
     return _mm_movelh_ps(lo, hi);
 }
 
-// One target column of the fractional reduction, all samples of the pixel
-// in the lanes; load(q) gives pixel q.
-template <class Load>
-__m128 reduceColumn(const SuperColumn& column, Load load) {
-    __m128 sum = column.hasHead ? partOf(load(column.headColumn), column.head) : _mm_setzero_ps();
-    __m128 even = _mm_setzero_ps(), odd = _mm_setzero_ps();
-    int32_t k = 0;
-    for (; k + 2 <= column.run; k += 2) {
-        even = _mm_add_ps(even, load(column.runStart + k));
-        odd = _mm_add_ps(odd, load(column.runStart + k + 1));
-    }
-    if (k < column.run) even = _mm_add_ps(even, load(column.runStart + k));
-    sum = _mm_add_ps(sum, _mm_add_ps(even, odd));
-    if (column.hasTail) sum = _mm_add_ps(sum, partOf(load(column.tailColumn), column.tail));
-    return sum;
-}
-
-template <int Channels>
-void reduceWholeScalarTail(uint32_t* acc, int32_t from, int32_t width, int32_t run) {
-    for (int32_t c = from; c < width; ++c) {
-        const uint32_t* box = acc + ptrdiff_t(c) * run * Channels;
-        for (int s = 0; s < Channels; ++s) {
-            uint32_t sum = 0;
-            for (int32_t k = 0; k < run; ++k) sum += box[k * Channels + s];
-            acc[c * Channels + s] = sum;
-        }
-    }
-}
-
-template <class T, class Acc>
-void storeTail(const Acc* acc, T* dst, int32_t from, int32_t count, double factorProduct) {
-    for (int32_t i = from; i < count; ++i)
-        dst[i] = static_cast<T>(truncToInt32(double(acc[i]) * factorProduct + 0.5));
-}
-
 template <class Acc>
 void store8u(const Acc* acc, uint8_t* dst, int32_t count, double factorProduct) {
     const __m128d fp = _mm_set1_pd(factorProduct);
@@ -129,7 +94,7 @@ void store8u(const Acc* acc, uint8_t* dst, int32_t count, double factorProduct) 
         const __m128i words = _mm_packs_epi32(a, b);
         storel(dst + i, _mm_packus_epi16(words, words));
     }
-    storeTail(acc, dst, i, count, factorProduct);
+    superStoreRowScalar(acc + i, dst + i, count - i, factorProduct);
 }
 
 template <class Acc>
@@ -139,7 +104,7 @@ void store16u(const Acc* acc, uint16_t* dst, int32_t count, double factorProduct
     for (; i + 8 <= count; i += 8)
         storeu(dst + i,
                _mm_packs_epi32(low16(converted(acc + i, fp)), low16(converted(acc + i + 4, fp))));
-    storeTail(acc, dst, i, count, factorProduct);
+    superStoreRowScalar(acc + i, dst + i, count - i, factorProduct);
 }
 
 }  // namespace
@@ -237,7 +202,7 @@ void superReduceWholeC1Sse2(uint32_t* acc, int32_t width, int32_t run) {
                    _mm_add_epi32(_mm_unpacklo_epi64(s01, s23), _mm_unpackhi_epi64(s01, s23)));
         }
     }
-    reduceWholeScalarTail<1>(acc, c, width, run);
+    superReduceWholeColumns<1>(acc, c, width, run);
 }
 
 void superReduceWholeC3Sse2(uint32_t* acc, int32_t width, int32_t run) {
@@ -261,14 +226,15 @@ void superReduceWholeC4Sse2(uint32_t* acc, int32_t width, int32_t run) {
 void superReduceFractionalC3Sse2(float* acc, const SuperColumn* columns, int32_t first,
                                  int32_t count) {
     for (int32_t i = 0; i < count; ++i)
-        storeThree(acc + 3 * (first + i),
-                   reduceColumn(columns[i], [acc](int32_t q) { return loadThree(acc + 3 * q); }));
+        storeThree(acc + 3 * (first + i), reduceColumn<partOf>(columns[i], [acc](int32_t q) {
+                       return loadThree(acc + 3 * q);
+                   }));
 }
 
 void superReduceFractionalC4Sse2(float* acc, const SuperColumn* columns, int32_t first,
                                  int32_t count) {
     for (int32_t i = 0; i < count; ++i)
-        _mm_storeu_ps(acc + 4 * (first + i), reduceColumn(columns[i], [acc](int32_t q) {
+        _mm_storeu_ps(acc + 4 * (first + i), reduceColumn<partOf>(columns[i], [acc](int32_t q) {
                           return _mm_loadu_ps(acc + 4 * q);
                       }));
 }
