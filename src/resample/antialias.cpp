@@ -190,14 +190,6 @@ private:
     T* dst_;
 };
 
-template <class T, class A, class B>
-constexpr auto byDepth(A a, B b) {
-    if constexpr (sizeof(T) == 1)
-        return a;
-    else
-        return b;
-}
-
 }  // namespace
 
 // ---- Scalar definitions that the vector forms finish with --------------------------

@@ -32,4 +32,13 @@ inline int32_t clampSample(int32_t v, int32_t maxValue) {
     return v < 0 ? 0 : (v > maxValue ? maxValue : v);
 }
 
+// The form for T's depth, in the kernel tables: a for 8u, b for 16u.
+template <class T, class A, class B>
+constexpr auto byDepth(A a, B b) {
+    if constexpr (sizeof(T) == 1)
+        return a;
+    else
+        return b;
+}
+
 }  // namespace morva

@@ -326,15 +326,6 @@ private:
     int32_t count_;  // accumulators a source row fills
 };
 
-// The form for T's depth: a for 8u, b for 16u.
-template <class T, class A, class B>
-constexpr auto byDepth(A a, B b) {
-    if constexpr (sizeof(T) == 1)
-        return a;
-    else
-        return b;
-}
-
 // The form for the accumulator: a for float32, b for unsigned 32-bit.
 template <class Acc, class A, class B>
 constexpr auto byAccumulator(A a, B b) {
