@@ -87,40 +87,32 @@ void cbycrLanesRow(const uint8_t* src, uint8_t* dst, int32_t count) {
     }
 }
 
+// The rows of a packed kernel: columns [0, vectorEnd) by the form's vector
+// row, the rest by the exact forms in the kernel's byte layout.
 template <BgrSource S>
-void toYCbCr422(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
-                int32_t height, Yuv422VectorRowFn vectorRow) {
-    const int32_t vectorEnd = yuy2VectorColumns(width);
+void toPacked422(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
+                 int32_t height, int32_t vectorEnd, Yuv422VectorRowFn vectorRow, const PackedLayout& at,
+                 const ChromaForm& pair, const ChromaForm& lone) {
     for (int32_t y = 0; y < height; ++y) {
         const uint8_t* s = src + int64_t(y) * srcStep;
         uint8_t* d = dst + int64_t(y) * dstStep;
         if (vectorEnd > 0) vectorRow(s, d, vectorEnd);
-        packedTail<S>(s, d, vectorEnd, width, kYCbCrLayout, kPairChroma, kLoneChroma);
-    }
-}
-
-void toCbYCr422(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
-                int32_t height, Yuv422VectorRowFn vectorRow) {
-    const int32_t vectorEnd = cbycrVectorColumns(width);
-    for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* s = src + int64_t(y) * srcStep;
-        uint8_t* d = dst + int64_t(y) * dstStep;
-        if (vectorEnd > 0) vectorRow(s, d, vectorEnd);
-        packedTail<BgrSource::Bgra32>(s, d, vectorEnd, width, kCbYCrLayout, kCbYCrPairChroma,
-                                      kCbYCrLoneChroma);
+        packedTail<S>(s, d, vectorEnd, width, at, pair, lone);
     }
 }
 
 template <BgrSource S, Yuv422VectorRowFn Row>
 void yuy2Body(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
               int32_t height) {
-    toYCbCr422<S>(src, srcStep, dst, dstStep, width, height, Row);
+    toPacked422<S>(src, srcStep, dst, dstStep, width, height, yuy2VectorColumns(width), Row, kYCbCrLayout,
+                   kPairChroma, kLoneChroma);
 }
 
 template <Yuv422VectorRowFn Row>
 void cbycrBody(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
                int32_t height) {
-    toCbYCr422(src, srcStep, dst, dstStep, width, height, Row);
+    toPacked422<BgrSource::Bgra32>(src, srcStep, dst, dstStep, width, height, cbycrVectorColumns(width), Row,
+                                   kCbYCrLayout, kCbYCrPairChroma, kCbYCrLoneChroma);
 }
 
 // ---------------------------------------------------------------------------
