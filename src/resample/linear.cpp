@@ -15,9 +15,9 @@
 #include "resample/resize_common.h"
 
 namespace morva {
-namespace {
 
 // ---- Scalar definitions of the row kernels ---------------------------------
+// (declared in linear_forms.h: the vector forms finish their rows with them)
 
 template <int Channels>
 void linearRow8uScalar(const uint8_t* p, const int32_t* columns, const int16_t* weights,
@@ -60,6 +60,11 @@ void linearBlend16uScalar(const float* a, const float* b, uint16_t* dst, int32_t
         dst[i] = static_cast<uint16_t>(clampSample(truncToInt32(v + kBlend16uHalf), 65535));
     }
 }
+
+template void linearRow8uScalar<3>(const uint8_t*, const int32_t*, const int16_t*, int16_t*, int32_t);
+template void linearRow8uScalar<4>(const uint8_t*, const int32_t*, const int16_t*, int16_t*, int32_t);
+
+namespace {
 
 // ---- Tables -----------------------------------------------------------------
 

@@ -1,4 +1,5 @@
-// Vector forms of the linear row kernels, defined under x86/.
+// Vector forms of the linear row kernels, defined under x86/, and the scalar
+// definitions they finish with.
 #pragma once
 
 #include "kernels/cpu.h"
@@ -8,6 +9,17 @@ namespace morva {
 
 // 16u blends round by adding the float32 with bits 0x3F000002.
 constexpr float kBlend16uHalf = 0.50000011920928955078125f;
+
+// The scalar definitions (linear.cpp): the vector forms hand them the
+// columns and samples behind their last vector step.
+template <int Channels>
+void linearRow8uScalar(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+                       int16_t* out, int32_t width);
+template <int Channels>
+void linearRow16uScalar(const uint16_t* p, const int32_t* columns, const float* fractions,
+                        float* out, int32_t width);
+LinearBlend8u linearBlend8uScalar;
+LinearBlend16u linearBlend16uScalar;
 
 #if MORVA_X86_64
 LinearRow8u linearRow8uC1Sse2, linearRow8uC3Sse2, linearRow8uC4Sse2;

@@ -1,6 +1,5 @@
 // AVX2 forms of the linear blends: twice the SSE2 width, same operations.
 #include "resample/linear_forms.h"
-#include "resample/resize_common.h"
 
 #if MORVA_X86_64
 #include <immintrin.h>
@@ -67,11 +66,7 @@ void linearRow8uC4Avx2(const uint8_t* p, const int32_t* columns, const int16_t* 
         const __m256i packed = _mm256_packs_epi32(roundQ8(s01), roundQ8(s23));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * j), inOrder(packed));
     }
-    for (; j < width; ++j) {
-        const int32_t k = columns[j];
-        for (int s = 0; s < 4; ++s)
-            out[4 * j + s] = int16_t((p[k + s] * weights[2 * j] + p[k + 4 + s] * weights[2 * j + 1] + 128) >> 8);
-    }
+    linearRow8uScalar<4>(p, columns + j, weights + 2 * j, out + 4 * j, width - j);
 }
 
 void linearRow8uC3Avx2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
@@ -92,11 +87,7 @@ void linearRow8uC3Avx2(const uint8_t* p, const int32_t* columns, const int16_t* 
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * j), _mm256_castsi256_si128(v));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 3 * j + 8), _mm256_extracti128_si256(v, 1));
     }
-    for (; j < width; ++j) {
-        const int32_t k = columns[j];
-        for (int s = 0; s < 3; ++s)
-            out[3 * j + s] = int16_t((p[k + s] * weights[2 * j] + p[k + 3 + s] * weights[2 * j + 1] + 128) >> 8);
-    }
+    linearRow8uScalar<3>(p, columns + j, weights + 2 * j, out + 3 * j, width - j);
 }
 
 void linearBlend8uAvx2(const int16_t* a, const int16_t* b, uint8_t* dst, int32_t count,
@@ -121,10 +112,7 @@ void linearBlend8uAvx2(const int16_t* a, const int16_t* b, uint8_t* dst, int32_t
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), bytes);
         i += 16;
     }
-    for (; i < count; ++i) {
-        const int32_t v = (a[i] * (16384 - fraction) + b[i] * fraction + 524288) >> 20;
-        dst[i] = uint8_t(clampSample(v, 255));
-    }
+    linearBlend8uScalar(a + i, b + i, dst + i, count - i, fraction);
 }
 
 void linearBlend16uAvx2(const float* a, const float* b, uint16_t* dst, int32_t count,
@@ -149,10 +137,7 @@ void linearBlend16uAvx2(const float* a, const float* b, uint16_t* dst, int32_t c
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), words);
         i += 8;
     }
-    for (; i < count; ++i) {
-        const float v = a[i] + (b[i] - a[i]) * fraction;
-        dst[i] = uint16_t(clampSample(truncToInt32(v + kBlend16uHalf), 65535));
-    }
+    linearBlend16uScalar(a + i, b + i, dst + i, count - i, fraction);
 }
 
 }  // namespace morva
