@@ -295,28 +295,13 @@ IppStatus resizeSqrPixel(const T* pSrc, IppiSize srcSize, int32_t srcStep, IppiR
     const int32_t depth = sizeof(T) == 1 ? 0 : 1;
     if (!sourceAddressable(srcSize, srcStep, channels, sizeof(T))) return ippStsSizeErr;
 
-    ResizeArgs args;
+    ResizeArgs args = argsFromGeometry(g, srcSize, channels);
     args.src = reinterpret_cast<const uint8_t*>(pSrc);
-    args.srcWidth = srcSize.width;
-    args.srcHeight = srcSize.height;
     args.srcStep = srcStep;
     args.dst = reinterpret_cast<uint8_t*>(pDst);
     args.dstStep = dstStep;
-    args.x0 = g.x0;
-    args.y0 = g.y0;
-    args.width = g.width;
-    args.height = g.height;
-    args.xScale = g.xScale;
-    args.yScale = g.yScale;
-    args.xOffset = g.xOffset;
-    args.yOffset = g.yOffset;
-    args.factorProduct = g.factorProduct;
-    args.interpolation = g.interpolation;
     args.buffer = pBuffer;
-    args.nChannels = channels;
-    args.nProcessed = channels;
     args.depth = depth;
-    args.planar = 0;
 
     // Nearest neighbour and super-sampling have no antialiasing variant: they
     // resample as if the flag were absent, and say so in the status.

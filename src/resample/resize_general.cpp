@@ -29,4 +29,23 @@ IppStatus ownResizeGeneral(const ResizeArgs& args) {
     return family->run(job);
 }
 
+ResizeArgs argsFromGeometry(const ResizeGeometry& g, IppiSize srcSize, int32_t channels) {
+    ResizeArgs args;
+    args.srcWidth = srcSize.width;
+    args.srcHeight = srcSize.height;
+    args.x0 = g.x0;
+    args.y0 = g.y0;
+    args.width = g.width;
+    args.height = g.height;
+    args.xScale = g.xScale;
+    args.yScale = g.yScale;
+    args.xOffset = g.xOffset;
+    args.yOffset = g.yOffset;
+    args.factorProduct = g.factorProduct;
+    args.interpolation = g.interpolation;
+    args.nChannels = channels;
+    args.nProcessed = channels;
+    return args;
+}
+
 }  // namespace morva

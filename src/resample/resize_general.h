@@ -34,6 +34,11 @@ struct ResizeArgs {
     int32_t planar = 0;
 };
 
+// The arguments that follow from a checked geometry, for a source of srcSize
+// with channels samples a pixel, all of them resampled. Pointers, steps,
+// buffer and depth are the caller's to fill.
+ResizeArgs argsFromGeometry(const ResizeGeometry& geometry, IppiSize srcSize, int32_t channels);
+
 // Builds the per-coordinate tables and runs the family of args.interpolation.
 IppStatus ownResizeGeneral(const ResizeArgs& args);
 

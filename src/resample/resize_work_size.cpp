@@ -23,21 +23,7 @@ int64_t resizeWorkSize(IppiSize srcSize, IppiRect srcRoi, IppiRect dstRoi, int32
     if (ownResizeCheck(&anyPixel, srcSize, srcRoi, &anyPixel, dstRoi, xFactor, yFactor, xShift,
                        yShift, interpolation, &anyPixel, &g) != ippStsNoErr)
         return query;
-    ResizeArgs args;
-    args.srcWidth = srcSize.width;
-    args.srcHeight = srcSize.height;
-    args.x0 = g.x0;
-    args.y0 = g.y0;
-    args.width = g.width;
-    args.height = g.height;
-    args.xScale = g.xScale;
-    args.yScale = g.yScale;
-    args.xOffset = g.xOffset;
-    args.yOffset = g.yOffset;
-    args.factorProduct = g.factorProduct;
-    args.interpolation = g.interpolation;
-    args.nChannels = channels;
-    args.nProcessed = channels;
+    const ResizeArgs args = argsFromGeometry(g, srcSize, channels);
 
     int64_t need = 0;
     const bool noAntialiasVariant = g.interpolation == INTER_NN || g.interpolation == INTER_SUPER;

@@ -169,8 +169,9 @@ void expectStatuses(const EntryCase& e) {
     EXPECT_EQ(dst.planes, blank.planes);
     for (const auto& [roi, status] : e.sizes) {
         EXPECT_EQ(e.call(src.view(), dst.view(), roi), status) << roi.width << " x " << roi.height;
-        if (status < 0 || roi.width <= 0 || roi.height <= 0)
+        if (status < 0 || roi.width <= 0 || roi.height <= 0) {
             EXPECT_EQ(dst.planes, blank.planes) << roi.width << " x " << roi.height;
+        }
         dst = blank;
     }
 }

@@ -97,13 +97,19 @@ TEST(Router, DecidesEveryPairOfFormats) {
                       route == Route::Raw || route == Route::Direct || route == Route::ThroughRgb24);
             EXPECT_EQ(morva::convertColorSpace(source.get(), out.get()), route != Route::Refused);
             const std::vector<uint8_t> got = bytes(*out, out->size);
-            if (route == Route::Raw) EXPECT_EQ(got, bytes(*source, out->size));
-            if (route == Route::Direct) EXPECT_EQ(got, bytes(*direct, direct->size));
+            if (route == Route::Raw) {
+                EXPECT_EQ(got, bytes(*source, out->size));
+            }
+            if (route == Route::Direct) {
+                EXPECT_EQ(got, bytes(*direct, direct->size));
+            }
             if (route == Route::ThroughI420 || route == Route::ThroughRgb24) {
                 const int via = route == Route::ThroughI420 ? FORMAT_I420 : FORMAT_RGB24;
                 EXPECT_EQ(got, bytes(*convertInTwoLegs(*source, via, dst), out->size));
             }
-            if (route == Route::Refused) EXPECT_EQ(std::count(got.begin(), got.end(), 0x5A), out->size);
+            if (route == Route::Refused) {
+                EXPECT_EQ(std::count(got.begin(), got.end(), 0x5A), out->size);
+            }
         }
     }
 }

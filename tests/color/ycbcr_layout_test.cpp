@@ -130,7 +130,7 @@ TEST(YcbcrLayout, EveryEntryPointMovesTheSamplesOfItsName) {
     testing::Rng rng(400);
     const std::pair<int32_t, int32_t> sizes[] = {{7, 5}, {12, 2}, {46, 6}, {124, 6}, {264, 4}};  // 4:1:1 takes 4n x 2m
     for (const LayoutKernel& k : kernels()) {
-        for (const auto [w, h] : sizes) {
+        for (const auto& [w, h] : sizes) {
             if (k.to == Fmt::P411 && w % 4) continue;
             SCOPED_TRACE(::testing::Message() << k.name << " " << w << "x" << h);
             Image src = image(k.from, w, h, &rng), dst = image(k.to, w, h, nullptr), want = dst;
@@ -146,7 +146,7 @@ TEST(YcbcrLayout, EveryEntryPointMovesTheSamplesOfItsName) {
 TEST(YcbcrLayout, SplitChromaOrderFollowsAlignment) {
     testing::Rng rng(401);
     const LayoutKernel& split = kernels()[2];
-    for (const auto [w, shift, order] :
+    for (const auto& [w, shift, order] :
          {std::tuple{30, 0, Fmt::P422Crossed}, std::tuple{32, 0, Fmt::P422}, std::tuple{32, 1, Fmt::P422Crossed}}) {
         SCOPED_TRACE(::testing::Message() << "width " << w << " source +" << shift);
         Image src = image(Fmt::YUY2, w, 2, &rng), dst = image(Fmt::P422, w, 2, nullptr), want = dst;
