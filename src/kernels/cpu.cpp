@@ -47,6 +47,14 @@ bool detect(Isa isa) {
         if ((readXcr0() & 6) != 6) return false;
         return (cpu.query(7, 0).ebx >> 5) & 1;
     }
+    case Isa::Avx512: {
+        if (!detect(Isa::Avx2)) return false;
+        // The operating system must also save the mask and upper registers.
+        if ((readXcr0() & 0xE0) != 0xE0) return false;
+        const uint32_t ebx = cpu.query(7, 0).ebx;
+        constexpr uint32_t f = 1u << 16, dq = 1u << 17, bw = 1u << 30, vl = 1u << 31;
+        return (ebx & (f | dq | bw | vl)) == (f | dq | bw | vl);
+    }
     }
     return false;
 }
@@ -86,13 +94,14 @@ const char* isaName(Isa isa) {
     case Isa::Ssse3: return "ssse3";
     case Isa::Sse41: return "sse41";
     case Isa::Avx2: return "avx2";
+    case Isa::Avx512: return "avx512";
     }
     return "?";
 }
 
 bool cpuSupports(Isa isa) {
     static const bool supported[] = {detect(Isa::Scalar), detect(Isa::Sse2), detect(Isa::Ssse3),
-                                     detect(Isa::Sse41), detect(Isa::Avx2)};
+                                     detect(Isa::Sse41), detect(Isa::Avx2), detect(Isa::Avx512)};
     return supported[static_cast<int>(isa)];
 }
 

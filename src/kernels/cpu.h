@@ -34,7 +34,9 @@ const CpuidSource& hostCpuid();
 void cpuVendor(const CpuidSource& cpu, char vendor[13]);
 
 // Instruction sets that kernel forms are written for, in rising order.
-enum class Isa : int { Scalar = 0, Sse2, Ssse3, Sse41, Avx2 };
+// Avx512 stands for the F, BW, DQ and VL subsets together, as every processor
+// with AVX-512 since 2017 has them.
+enum class Isa : int { Scalar = 0, Sse2, Ssse3, Sse41, Avx2, Avx512 };
 
 const char* isaName(Isa isa);
 

@@ -5,8 +5,8 @@
 namespace morva {
 
 Isa slotIsa(int slot) {
-    static constexpr Isa levels[kCpuSlotCount] = {Isa::Sse2,  Isa::Sse2,  Isa::Ssse3,
-                                                  Isa::Ssse3, Isa::Sse41, Isa::Avx2};
+    static constexpr Isa levels[kCpuSlotCount] = {Isa::Sse2,  Isa::Sse2, Isa::Ssse3, Isa::Ssse3,
+                                                  Isa::Sse41, Isa::Avx2, Isa::Avx512};
 #if MORVA_X86_64
     return levels[std::clamp(slot, 0, kCpuSlotCount - 1)];
 #else

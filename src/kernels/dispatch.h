@@ -1,11 +1,12 @@
 // The dispatch frame: every kernel stands behind a named entry point that
 // checks its arguments once and then calls the body held in one of six
-// processor slots of the kernel's table.
+// processor slots of the kernel's table, and a seventh of our own.
 //
 //   slot 0, 1  SSE2     (the x86-64 baseline)
 //   slot 2, 3  SSSE3
 //   slot 4     SSE4.1
 //   slot 5     AVX2
+//   slot 6     AVX-512 (F, BW, DQ, VL)
 //
 // A table is built once, race-free, on first use. Each slot holds the best
 // form whose instruction set is at or below the slot's level and runs on this
@@ -22,7 +23,7 @@
 
 namespace morva {
 
-constexpr int kCpuSlotCount = 6;
+constexpr int kCpuSlotCount = 7;
 
 // The instruction level of a slot.
 Isa slotIsa(int slot);
