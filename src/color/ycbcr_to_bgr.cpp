@@ -319,6 +319,8 @@ const KernelTable<Planar3ToBgraFn>& planar420ToBgraTable() {
         {"scalar", Isa::Scalar, &ycbcr::planar420ToBgraScalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::planar420ToBgraSse2},
+        {"avx2", Isa::Avx2, &ycbcr::planar420ToBgraAvx2},
+        {"avx512", Isa::Avx512, &ycbcr::planar420ToBgraAvx512},
 #endif
     };
     return table;

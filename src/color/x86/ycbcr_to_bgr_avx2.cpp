@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "color/x86/interpolating_420_rows.h"
 #include "color/x86/ycbcr_simd.h"
 #include "color/ycbcr_to_bgr_forms.h"
 
@@ -271,6 +272,11 @@ void planar422ToBgrAvx2(const uint8_t* const src[3], const int32_t srcStep[3], u
 void planar420ToBgrAvx2(const uint8_t* const src[3], const int32_t srcStep[3], uint8_t* dst, int32_t dstStep,
                         int32_t width, int32_t height) {
     forEachPlanar420RowPair(&planar420ToBgrRowPair, src, srcStep, dst, dstStep, width, height);
+}
+
+void planar420ToBgraAvx2(const uint8_t* const src[3], const int32_t srcStep[3], uint8_t* dst, int32_t dstStep,
+                         int32_t width, int32_t height, uint8_t alpha) {
+    forEachYCrCb420RowPair(&interpolatingRowPair<__m256i>, src, srcStep, dst, dstStep, width, height, alpha);
 }
 
 }  // namespace morva::ycbcr
