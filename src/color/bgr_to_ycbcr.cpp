@@ -194,7 +194,7 @@ void yuv420Body(const uint8_t* src, int32_t srcStep, uint8_t* const dst[3], cons
 }
 
 // ---------------------------------------------------------------------------
-// Tables. AVX2 forms exist for the 24- and 32-bit sources.
+// Tables. AVX2 and AVX-512 forms exist for the 24- and 32-bit sources.
 
 template <BgrSource S>
 constexpr bool kHasAvx2 = S == BgrSource::Bgr24 || S == BgrSource::Bgra32;
@@ -207,6 +207,7 @@ const KernelTable<BgrToYuv422Fn>& yuy2Table() {
             {"scalar", Isa::Scalar, &yuy2Body<S, &yuy2LanesRow<S>>},
             {"sse2", Isa::Sse2, &yuy2Body<S, &x86::yuy2VectorRowSse2<S>>},
             {"avx2", Isa::Avx2, &yuy2Body<S, &x86::yuy2VectorRowAvx2<S>>},
+            {"avx512", Isa::Avx512, &yuy2Body<S, &x86::yuy2VectorRowAvx512<S>>},
         };
         return table;
     } else {
@@ -230,6 +231,7 @@ const KernelTable<BgrToYuv420Fn>& yuv420Table() {
             {"scalar", Isa::Scalar, &yuv420Body<S, &yuv420LanesRow<S>>},
             {"sse2", Isa::Sse2, &yuv420Body<S, &x86::yuv420VectorRowSse2<S>>},
             {"avx2", Isa::Avx2, &yuv420Body<S, &x86::yuv420VectorRowAvx2<S>>},
+            {"avx512", Isa::Avx512, &yuv420Body<S, &x86::yuv420VectorRowAvx512<S>>},
         };
         return table;
     } else {

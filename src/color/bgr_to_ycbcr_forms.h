@@ -35,6 +35,8 @@ template <BgrSource S>
 void yuy2VectorRowSse2(const uint8_t* src, uint8_t* dst, int32_t count);
 template <BgrSource S>
 void yuy2VectorRowAvx2(const uint8_t* src, uint8_t* dst, int32_t count);
+template <BgrSource S>
+void yuy2VectorRowAvx512(const uint8_t* src, uint8_t* dst, int32_t count);
 
 // Cb Y0 Cr Y1, from BGRA only.
 void cbycrVectorRowSse2(const uint8_t* src, uint8_t* dst, int32_t count);
@@ -43,6 +45,8 @@ template <BgrSource S>
 void yuv420VectorRowSse2(const Yuv420Rows& rows, int32_t count);
 template <BgrSource S>
 void yuv420VectorRowAvx2(const Yuv420Rows& rows, int32_t count);
+template <BgrSource S>
+void yuv420VectorRowAvx512(const Yuv420Rows& rows, int32_t count);
 
 }  // namespace x86
 #endif

@@ -17,11 +17,14 @@
 // GCC 12 takes the undefined source register of the 512-bit intrinsics'
 // masked built-ins for an uninitialised variable.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #endif
 
 // Lane helpers must be inlined into their callers: a register passed through
 // memory costs more than the operation.
 #define MORVA_LANE_INLINE [[gnu::always_inline]] inline
+// The same for a lambda, written between its parameters and its body.
+#define MORVA_LANE_LAMBDA __attribute__((always_inline))
 
 namespace morva::lanes {
 namespace {
