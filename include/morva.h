@@ -127,12 +127,13 @@ inline bool morvaDrawOnCanvas(void* user, const BITMAPINFO* info, const uint8_t*
         h.biHeight == 0 || h.biPlanes != 1)
         return false;
     const bool topDown = h.biHeight < 0;
-    const int32_t rows = topDown ? -h.biHeight : h.biHeight;
+    /* 64 bits: the negated least height doesn't fit 32. */
+    const int64_t rows = topDown ? -int64_t(h.biHeight) : h.biHeight;
     /* Source lines are padded to 4 bytes, as in every device-independent bitmap. */
     const int64_t sourceStride = (int64_t(h.biWidth) * h.biBitCount + 31) / 32 * 4;
     const int32_t width = h.biWidth < canvas->width ? h.biWidth : canvas->width;
-    const int32_t height = rows < canvas->height ? rows : canvas->height;
-    for (int32_t y = 0; y < height; ++y) {
+    const int64_t height = rows < canvas->height ? rows : canvas->height;
+    for (int64_t y = 0; y < height; ++y) {
         const uint8_t* src = pixels + (topDown ? y : rows - 1 - y) * sourceStride;
         uint8_t* dst = canvas->pixels + int64_t(y) * canvas->stride;
         for (int32_t x = 0; x < width; ++x, src += bytesPerPixel, dst += 4) {

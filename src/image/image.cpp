@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 #include "image/formats.h"
 #include "kernels/memory.h"
@@ -17,6 +18,11 @@ namespace morva {
 namespace {
 
 std::atomic<int32_t> g_lastImageId{0};
+
+// The largest image: its allocation holds three times its planes (the
+// margin behind them included), and that must stay within the allocator's
+// 32-bit length.
+constexpr int64_t kMaxImageBytes = INT32_MAX / 3;
 
 // Plane geometry of one plane group, in 64-bit arithmetic so that absurd
 // sizes are refused instead of wrapping.
@@ -28,8 +34,11 @@ int64_t divideRoundingUp(int64_t value, int32_t divisor) {
     return divisor == 1 ? value : (value + divisor - 1) / divisor;
 }
 
-PlaneGeometry planeGeometry(const TImage& image, const PixelFormatRow& row, const PlaneGroup& g,
-                            int32_t bytesPerChannel) {
+// Nothing for a negative width or a plane beyond kMaxImageBytes. Each product
+// is bounded before the next one is formed, so none of them can leave 64
+// bits: widths and heights are below 2^31 and a unit has at most 24 bytes.
+std::optional<PlaneGeometry> planeGeometry(const TImage& image, const PixelFormatRow& row,
+                                           const PlaneGroup& g, int32_t bytesPerChannel) {
     PlaneGeometry p;
     p.width = divideRoundingUp(image.width, g.subW);
     p.height = divideRoundingUp(image.height, g.subH);
@@ -38,7 +47,9 @@ PlaneGeometry planeGeometry(const TImage& image, const PixelFormatRow& row, cons
     // The mask is applied for every alignment, a power of two or not: the
     // packed 4:1:1 rows get their strides from it, as callers' buffers expect.
     p.stride = (p.width * unit + align - 1) & ~(align - 1);
+    if (p.width < 0 || p.height < 0 || p.stride > kMaxImageBytes) return std::nullopt;
     p.size = p.stride * p.height;
+    if (p.size > kMaxImageBytes) return std::nullopt;
     return p;
 }
 
@@ -75,11 +86,10 @@ bool setPlaneInfo(TImage* image, const uint8_t* buffer) {
     int64_t total = 0;
     for (int i = 0; i < row->planes; ++i) {
         const PlaneGroup& group = row->group[i];
-        const PlaneGeometry g = planeGeometry(*image, *row, group, bytesPerChannel);
-        // Refused instead of wrapping: a negative width, or planes whose bytes
-        // (three times over for the allocation's margin) leave 32 bits.
-        if (g.width < 0 || g.stride < 0 || g.size < 0 || 3 * (total + g.size) > INT32_MAX)
-            return false;
+        const std::optional<PlaneGeometry> geometry =
+            planeGeometry(*image, *row, group, bytesPerChannel);
+        if (!geometry || total + geometry->size > kMaxImageBytes) return false;
+        const PlaneGeometry& g = *geometry;
         PlaneEntry& plane = info->planes[i];
         plane.bytesPerChannel = bytesPerChannel;
         plane.channels = group.channels;

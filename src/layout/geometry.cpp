@@ -1,11 +1,22 @@
 #include "layout/geometry.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "morva.h"
 #include "trace/trace.h"
 
 namespace morva {
+namespace {
+
+// A value that fits 32 bits, or nothing: geometry that would overflow is
+// refused rather than wrapped, and what it would have placed is skipped.
+std::optional<int32_t> narrowed(int64_t value) {
+    if (value < INT32_MIN || value > INT32_MAX) return std::nullopt;
+    return int32_t(value);
+}
+
+}  // namespace
 
 int32_t truncToInt32(double value) {
     if (!(value > -2147483649.0 && value < 2147483648.0)) return INT32_MIN;
@@ -25,9 +36,14 @@ std::optional<TargetPlacement> calcTargetRect(const IppiRect& sourceRect,
         const double s = yRatio <= xRatio ? yRatio : xRatio;
         const int32_t width = truncToInt32(sourceRect.width * s);
         const int32_t height = truncToInt32(sourceRect.height * s);
-        const IppiRect rect{targetRect.x + (targetRect.width - width) / 2,
-                            targetRect.y + (targetRect.height - height) / 2, width, height};
-        return TargetPlacement{rect, s, s};
+        // Centred in 64 bits: absurd percentages of a layout give rectangles
+        // whose centring leaves 32 bits, and those place nothing.
+        const std::optional<int32_t> x =
+            narrowed(targetRect.x + (int64_t(targetRect.width) - width) / 2);
+        const std::optional<int32_t> y =
+            narrowed(targetRect.y + (int64_t(targetRect.height) - height) / 2);
+        if (!x || !y) return std::nullopt;
+        return TargetPlacement{{*x, *y, width, height}, s, s};
     }
     case kScaleFill: {
         // The oversize is cut off by the resize, which starts at the source's
@@ -46,31 +62,45 @@ int32_t percentOf(const LayoutValue& value, int32_t whole) {
 }
 
 // Places a length along one axis of its cell: the near margin wins over the
-// far one, and without either the source sits at the cell's start.
-int32_t placeInCell(int32_t cellStart, int32_t cellLength, int32_t length,
+// far one, and without either the source sits at the cell's start. In 64
+// bits, since nothing bounds the percentages.
+int64_t placeInCell(int64_t cellStart, int32_t cellLength, int32_t length,
                     const LayoutValue& nearMargin, const LayoutValue& farMargin) {
-    // In 64 bits, since nothing bounds the percentages: an absurd layout
-    // wraps instead of overflowing.
-    if (nearMargin.present) return int32_t(int64_t(cellStart) + percentOf(nearMargin, cellLength));
+    if (nearMargin.present) return cellStart + percentOf(nearMargin, cellLength);
     if (farMargin.present)
-        return int32_t(int64_t(cellStart) + cellLength - length - percentOf(farMargin, cellLength));
+        return cellStart + cellLength - length - percentOf(farMargin, cellLength);
     return cellStart;
 }
 }  // namespace
 
-IppiRect calcCellRect(int32_t index, const LayoutRecord& layout, int32_t targetWidth,
-                      int32_t targetHeight) {
-    const int32_t column = index % layout.columns;
-    int32_t row = index / layout.columns;
-    if (row > layout.columns - 1) row = layout.columns - 1;
-    const int32_t cellWidth = targetWidth / layout.columns;
-    const int32_t cellHeight = targetHeight / layout.rows;
-    const int32_t width = layout.width.present ? percentOf(layout.width, cellWidth) : cellWidth;
+std::optional<IppiRect> calcCellRect(int32_t index, const LayoutRecord& layout,
+                                     int32_t targetWidth, int32_t targetHeight) {
+    if (layout.rows == 0 || layout.columns == 0) return std::nullopt;
+    // In 64 bits: columns may be any 32-bit value, and the bound below is
+    // columns - 1. Quotients of 32-bit values by a non-zero divisor fit 32
+    // bits except INT32_MIN / -1, which 64 bits hold as well.
+    const int64_t columns = layout.columns;
+    const int64_t column = index % columns;
+    const int64_t row = std::min(index / columns, columns - 1);
+    const std::optional<int32_t> cellWidth = narrowed(targetWidth / columns);
+    const std::optional<int32_t> cellHeight = narrowed(targetHeight / int64_t(layout.rows));
+    if (!cellWidth || !cellHeight) return std::nullopt;
+    const int32_t width = layout.width.present ? percentOf(layout.width, *cellWidth) : *cellWidth;
     const int32_t height =
-        layout.height.present ? percentOf(layout.height, cellHeight) : cellHeight;
-    return {placeInCell(cellWidth * column, cellWidth, width, layout.marginLeft, layout.marginRight),
-            placeInCell(cellHeight * row, cellHeight, height, layout.marginTop, layout.marginBottom),
-            width, height};
+        layout.height.present ? percentOf(layout.height, *cellHeight) : *cellHeight;
+    const std::optional<int32_t> x = narrowed(placeInCell(
+        *cellWidth * column, *cellWidth, width, layout.marginLeft, layout.marginRight));
+    const std::optional<int32_t> y = narrowed(placeInCell(
+        *cellHeight * row, *cellHeight, height, layout.marginTop, layout.marginBottom));
+    if (!x || !y) return std::nullopt;
+    return IppiRect{*x, *y, width, height};
+}
+
+std::optional<IppiRect> alignInward(const IppiRect& r) {
+    const std::optional<int32_t> x = narrowed((int64_t(r.x) + 3) & ~int64_t(3));
+    const std::optional<int32_t> y = narrowed((int64_t(r.y) + 3) & ~int64_t(3));
+    if (!x || !y) return std::nullopt;
+    return IppiRect{*x, *y, r.width & ~3, r.height & ~3};
 }
 
 }  // namespace morva

@@ -22,10 +22,9 @@ bool copyWithResize(const TImage* source, const IppiRect& sourceRect, TImage* ta
     if (!placed) return false;
     // Aligned inward to multiples of 4; the factors stay those of the
     // unaligned rectangle.
-    const IppiRect& r = placed->rect;
-    const IppiRect aligned{int32_t((int64_t(r.x) + 3) & ~int64_t(3)),
-                           int32_t((int64_t(r.y) + 3) & ~int64_t(3)), r.width & ~3, r.height & ~3};
-    return resizeImageInternal(source, sourceRect, target, aligned, interpolation,
+    const std::optional<IppiRect> aligned = alignInward(placed->rect);
+    if (!aligned) return false;
+    return resizeImageInternal(source, sourceRect, target, *aligned, interpolation,
                                placed->xFactor, placed->yFactor);
 }
 
@@ -40,7 +39,8 @@ struct ImageDeleter {
 void renderSource(const TImage* source, int32_t index, const LayoutRecord& layout, TImage* target,
                   int32_t targetWidth, int32_t targetHeight) {
     const IppiRect sourceRect{0, 0, source->width, source->height};
-    const IppiRect cell = calcCellRect(index, layout, targetWidth, targetHeight);
+    const std::optional<IppiRect> cell = calcCellRect(index, layout, targetWidth, targetHeight);
+    if (!cell) return;
     std::unique_ptr<TImage, ImageDeleter> converted;
     if (source->format != target->format) {
         converted.reset(morvaAllocateImage("colorspaceconverter", source->width, source->height,
@@ -48,7 +48,7 @@ void renderSource(const TImage* source, int32_t index, const LayoutRecord& layou
         if (!converted) return;
         convertColorSpace(source, converted.get());
     }
-    copyWithResize(converted ? converted.get() : source, sourceRect, target, cell,
+    copyWithResize(converted ? converted.get() : source, sourceRect, target, *cell,
                    source->planeInfo->interpolation, source->planeInfo->scaleMode);
 }
 

@@ -95,7 +95,7 @@ TEST(Geometry, TargetRectsCellsAndImageDimensions) {
         {"width:30;height:30;margin-bottom:10;", 0, 200, 100, {0, 60, 60, 30}}};
     for (const auto& [text, index, width, height, rect] : cells) {
         ASSERT_TRUE(morvaSetLayout("cell", text));
-        EXPECT_EQ(asTuple(morva::calcCellRect(index, *morva::findLayout("cell"), width, height)), asTuple(rect)) << text;
+        EXPECT_EQ(asTuple(*morva::calcCellRect(index, *morva::findLayout("cell"), width, height)), asTuple(rect)) << text;
     }
     morvaSetLayout("cell", nullptr);
     // The roundings of an allocation, without its treatment of the sign.
