@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "resample/linear_fast_paths.h"
 #include "resample/linear_forms.h"
 #include "resample/resize_common.h"
 
@@ -270,7 +271,55 @@ private:
         }
     }
 
+    // Fractions in quarters of a pixel, -1 where not a whole number of them.
+    static int32_t quarters(int16_t f) { return f % 4096 == 0 ? f / 4096 : -1; }
+    static int32_t quarters(float f) {
+        const float q = f * 4.0f;
+        return q == std::floor(q) ? int32_t(q) : -1;
+    }
+    int32_t columnQuarters(int32_t j) const {
+        return quarters(columnFractions_[Traits::kColumnFractions * (left_ + j + 1) - 1]);
+    }
+    int32_t rowQuarters(int32_t i) const { return quarters(rowFractions_[top_ + i]); }
+
+    // The interior by one of the fast paths where its tables allow one: down
+    // only, or halving or doubling both ways. False where none applies.
+    bool writeFastInterior(int32_t width, int32_t height) const {
+        if (a_.nProcessed != channels_) return false;
+        const int32_t* columns = job_.columns + left_;
+        const int32_t* rows = job_.rows + top_;
+        const LinearAxisShape across =
+            linearAxisShape(columns, width, channels_, [this](int32_t j) { return columnQuarters(j); });
+        if (across == LinearAxisShape::General) return false;
+        const LinearAxisShape down =
+            linearAxisShape(rows, height, job_.srcStep, [this](int32_t i) { return rowQuarters(i); });
+        const bool bothHalf = across == LinearAxisShape::Half && down == LinearAxisShape::Half;
+        const bool bothDouble = across == LinearAxisShape::Double && down == LinearAxisShape::Double;
+        if (across != LinearAxisShape::Copy && !bothHalf && !bothDouble) return false;
+
+        const auto vertical = byDepth<T>(linearVertical8uTable().current(), linearVertical16uTable().current());
+        const auto box = byDepth<T>(linearBox8uTable(channels_).current(), linearBox16uTable(channels_).current());
+        const auto doubled =
+            byDepth<T>(linearDouble8uTable(channels_).current(), linearDouble16uTable(channels_).current());
+        const int32_t firstQuarters = columnQuarters(0);
+        T* out = targetRow(top_) + left_ * channels_;
+        for (int32_t i = 0; i < height; ++i) {
+            const T* upper = src_ + rows[i] + columns[0];
+            const T* lower = upper + job_.srcStep;
+            T* target = out + ptrdiff_t(i) * job_.dstStep;
+            if (across == LinearAxisShape::Copy)
+                vertical(upper, lower, target, width * channels_, rowFractions_[top_ + i]);
+            else if (bothHalf)
+                box(upper, lower, target, width);
+            else
+                doubled(upper, lower, rowQuarters(i), firstQuarters, target, width);
+        }
+        return true;
+    }
+
     void writeInterior() const {
+        const int32_t width = a_.width - left_ - right_, height = a_.height - top_ - bottom_;
+        if (width <= 0 || height <= 0 || writeFastInterior(width, height)) return;
         if constexpr (std::is_same_v<T, uint8_t>)
             interior(linearRow8uTable(a_.nProcessed).current(), linearBlend8uTable().current());
         else

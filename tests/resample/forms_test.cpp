@@ -11,6 +11,7 @@
 #include "resample/cubic.h"
 #include "resample/lanczos.h"
 #include "resample/linear.h"
+#include "resample/linear_fast_paths.h"
 #include "resample/nearest.h"
 #include "resample/super_sampling.h"
 #include "resample_testing.h"
@@ -313,6 +314,66 @@ TEST(ResampleForms, AntialiasPasses) {
     }
     checkAntialiasStore<uint8_t>();
     checkAntialiasStore<uint16_t>();
+}
+
+// ---- Fast paths ----
+
+// Two source rows of `pixels` pixels, each ending its allocation.
+template <class T>
+std::pair<RandomRow<T>, RandomRow<T>> twoRows(Rng& rng, int32_t pixels, int32_t channels) {
+    return {RandomRow<T>(rng, size_t(pixels) * channels), RandomRow<T>(rng, size_t(pixels) * channels)};
+}
+
+template <class T>
+const auto& boxTable(int32_t n) {
+    if constexpr (sizeof(T) == 1) return linearBox8uTable(n); else return linearBox16uTable(n);
+}
+
+template <class T>
+const auto& doubleTable(int32_t n) {
+    if constexpr (sizeof(T) == 1) return linearDouble8uTable(n); else return linearDouble16uTable(n);
+}
+
+template <class T>
+void checkLinearFastPaths(int32_t n) {
+    checkForms(boxTable<T>(n), [n](Rng& rng, int32_t width) {
+        const auto rows = twoRows<T>(rng, 2 * width, n);
+        return std::pair{std::vector<uint8_t>(size_t(width) * n * sizeof(T)), [=](LinearBoxFn<T> fn, uint8_t* out) {
+                             fn(rows.first.data(), rows.second.data(), reinterpret_cast<T*>(out), width);
+                         }};
+    }, 140, sizeof(T));
+    // Both phases; the last column reads pixel floor(width / 2) + 1 from
+    // the first phase, floor((width - 1) / 2) + 1 from the other.
+    checkForms(doubleTable<T>(n), [n](Rng& rng, int32_t width) {
+        const int32_t rowQuarters = rng.uniform(0, 1) ? 1 : 3, first = rng.uniform(0, 1) ? 1 : 3;
+        const auto rows = twoRows<T>(rng, (first == 3 ? width : width - 1) / 2 + 2, n);
+        return std::pair{std::vector<uint8_t>(size_t(width) * n * sizeof(T)), [=](LinearDoubleFn<T> fn, uint8_t* out) {
+                             fn(rows.first.data(), rows.second.data(), rowQuarters, first, reinterpret_cast<T*>(out),
+                                width);
+                         }};
+    }, 140, sizeof(T));
+}
+
+TEST(ResampleForms, LinearFastPaths) {
+    for (int32_t n : kChannels) {
+        SCOPED_TRACE("channels " + std::to_string(n));
+        checkLinearFastPaths<uint8_t>(n);
+        checkLinearFastPaths<uint16_t>(n);
+    }
+    checkForms(linearVertical8uTable(), [](Rng& rng, int32_t count) {
+        const auto rows = twoRows<uint8_t>(rng, count, 1);
+        const int32_t fraction = int32_t(std::lround(drawFraction(rng) * 16384));
+        return std::pair{std::vector<uint8_t>(size_t(count)), [=](LinearVertical8uFn fn, uint8_t* out) {
+                             fn(rows.first.data(), rows.second.data(), out, count, fraction);
+                         }};
+    }, 140);
+    checkForms(linearVertical16uTable(), [](Rng& rng, int32_t count) {
+        const auto rows = twoRows<uint16_t>(rng, count, 1);
+        const float fraction = drawFraction(rng);
+        return std::pair{std::vector<uint8_t>(size_t(count) * 2), [=](LinearVertical16uFn fn, uint8_t* out) {
+                             fn(rows.first.data(), rows.second.data(), reinterpret_cast<uint16_t*>(out), count, fraction);
+                         }};
+    }, 140, 2);
 }
 
 }  // namespace

@@ -1,0 +1,98 @@
+// Linear resizes whose tables reduce the two passes of the interior to one
+// integer formula: exact halving, exact doubling and resizes down a column
+// only. The selector reads the interior's tables, not the factors, because
+// the tables are what the arithmetic uses: a factor of 0.5 with a shift of
+// 0.3 has other fractions and stays on the general path.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/dispatch.h"
+
+namespace morva {
+
+// What one axis of the interior's tables reduces to.
+enum class LinearAxisShape {
+    General,
+    Copy,    // fraction 0, one pixel a step: the source as it is
+    Half,    // fraction 1/2, two pixels a step
+    Double,  // fractions 3/4 and 1/4 in turn, the pixel advancing after 3/4
+};
+
+// The shape of count entries that are k * unit, whose fractions
+// quarters(i) gives in quarters of a pixel (-1 where a fraction isn't a
+// whole number of quarters).
+template <class Quarters>
+LinearAxisShape linearAxisShape(const int32_t* entries, int32_t count, int64_t unit,
+                                Quarters quarters) {
+    if (count <= 0) return LinearAxisShape::General;
+    const auto all = [&](auto follows) {
+        for (int32_t i = 1; i < count; ++i)
+            if (!follows(int64_t(entries[i]) - entries[i - 1], quarters(i - 1), quarters(i)))
+                return false;
+        return true;
+    };
+    const int32_t first = quarters(0);
+    if (first == 0 && all([&](int64_t step, int32_t, int32_t q) { return q == 0 && step == unit; }))
+        return LinearAxisShape::Copy;
+    if (first == 2 && all([&](int64_t step, int32_t, int32_t q) { return q == 2 && step == 2 * unit; }))
+        return LinearAxisShape::Half;
+    // 3/4 right of pixel m is a quarter left of m + 1: the next position
+    // takes m + 1 at 1/4, then the same pixel at 3/4.
+    if ((first == 1 || first == 3) &&
+        all([&](int64_t step, int32_t previous, int32_t q) {
+            return q == 4 - previous && (q == 3 || q == 1) && step == (previous == 3 ? unit : 0);
+        }))
+        return LinearAxisShape::Double;
+    return LinearAxisShape::General;
+}
+
+// Halving across and down: per sample the mean of a 2 x 2 block, halves up,
+// (a0 + a1 + b0 + b1 + 2) >> 2. upper and lower point at the left pixel of
+// the first block in two source rows; width counts target pixels.
+//
+// Why it is exact. 8u: a Q14 fraction of 8192 gives across (8192 (a0 + a1)
+// + 128) >> 8 = 32 (a0 + a1), and down (32 * 8192 * sum + 2^19) >> 20 =
+// (sum + 2) >> 2. 16u: each float32 step is exact at halves and quarters,
+// so the blend sees sum / 4 and + 0.5 + 2^-23 truncates to (sum + 2) >> 2.
+template <class T>
+using LinearBox = void(const T* upper, const T* lower, T* dst, int32_t width);
+template <class T>
+using LinearBoxFn = LinearBox<T>*;
+
+// Doubling across and down: with V(m) = (4 - r) * upper[m] + r * lower[m],
+// r the row's fraction in quarters (1 or 3), target column j takes
+// ((4 - q) * V(m) + q * V(m + 1) + 8) >> 4 per sample, q its fraction in
+// quarters. The first column has m = 0 and q = firstQuarters; after q = 3
+// the next column has m + 1 and q = 1, after q = 1 the same m and q = 3.
+//
+// Why it is exact. 8u: fractions of 4096 and 12288 give across 16 times the
+// integer (4 - q) a + q b, and down (16 (4 - r) A + 16 r B) * 4096 + 2^19
+// shifted by 20 is the formula. 16u: the float32 steps are exact at
+// sixteenths, and sum / 16 + 0.5 + 2^-23 truncates to (sum + 8) >> 4.
+template <class T>
+using LinearDouble = void(const T* upper, const T* lower, int32_t rowQuarters,
+                          int32_t firstQuarters, T* dst, int32_t width);
+template <class T>
+using LinearDoubleFn = LinearDouble<T>*;
+
+// Down only, every column the source's own: 8u (a * (16384 - g) + b * g +
+// 8192) >> 14 per sample, since across gives 64 a exactly; 16u the blend of
+// the general path on float32(a) and float32(b), since across gives a
+// exactly. count counts samples.
+using LinearVertical8u = void(const uint8_t* upper, const uint8_t* lower, uint8_t* dst,
+                              int32_t count, int32_t fraction);
+using LinearVertical16u = void(const uint16_t* upper, const uint16_t* lower, uint16_t* dst,
+                               int32_t count, float fraction);
+using LinearVertical8uFn = LinearVertical8u*;
+using LinearVertical16uFn = LinearVertical16u*;
+
+// Forms for 1, 3 or 4 samples per pixel.
+const KernelTable<LinearBoxFn<uint8_t>>& linearBox8uTable(int32_t channels);
+const KernelTable<LinearBoxFn<uint16_t>>& linearBox16uTable(int32_t channels);
+const KernelTable<LinearDoubleFn<uint8_t>>& linearDouble8uTable(int32_t channels);
+const KernelTable<LinearDoubleFn<uint16_t>>& linearDouble16uTable(int32_t channels);
+const KernelTable<LinearVertical8uFn>& linearVertical8uTable();
+const KernelTable<LinearVertical16uFn>& linearVertical16uTable();
+
+}  // namespace morva

@@ -1,0 +1,21 @@
+// AVX2 forms of the linear fast paths.
+#include "resample/x86/linear_fast_paths_lanes.h"
+
+#if MORVA_X86_64
+namespace morva {
+
+void linearBox8uC1Avx2(const uint8_t* upper, const uint8_t* lower, uint8_t* dst, int32_t width) {
+    linearBox8uC1<Avx2Lanes>(upper, lower, dst, width);
+}
+
+void linearDouble8uC1Avx2(const uint8_t* upper, const uint8_t* lower, int32_t rowQuarters, int32_t firstQuarters,
+                         uint8_t* dst, int32_t width) {
+    linearDouble8uC1<Avx2Lanes>(upper, lower, rowQuarters, firstQuarters, dst, width);
+}
+
+void linearVertical8uAvx2(const uint8_t* upper, const uint8_t* lower, uint8_t* dst, int32_t count, int32_t fraction) {
+    linearVertical8u<Avx2Lanes>(upper, lower, dst, count, fraction);
+}
+
+}  // namespace morva
+#endif
