@@ -19,6 +19,44 @@ void nearestRowScalar(const T* srcRow, int32_t, const int32_t* columns, T* dst, 
     }
 }
 
+}  // namespace
+
+template <class T, int Channels>
+void nearestEveryOtherScalar(const T* src, T* dst, int32_t width) {
+    for (int32_t j = 0; j < width; ++j)
+        for (int c = 0; c < Channels; ++c) dst[j * Channels + c] = src[2 * j * Channels + c];
+}
+
+template <class T, int Channels>
+void nearestTwiceScalar(const T* src, T* dst, int32_t width, int32_t phase) {
+    for (int32_t j = 0; j < width; ++j)
+        for (int c = 0; c < Channels; ++c) dst[j * Channels + c] = src[(j + phase) / 2 * Channels + c];
+}
+
+template void nearestEveryOtherScalar<uint8_t, 1>(const uint8_t*, uint8_t*, int32_t);
+template void nearestEveryOtherScalar<uint8_t, 4>(const uint8_t*, uint8_t*, int32_t);
+template void nearestEveryOtherScalar<uint16_t, 1>(const uint16_t*, uint16_t*, int32_t);
+template void nearestTwiceScalar<uint8_t, 1>(const uint8_t*, uint8_t*, int32_t, int32_t);
+template void nearestTwiceScalar<uint8_t, 4>(const uint8_t*, uint8_t*, int32_t, int32_t);
+template void nearestTwiceScalar<uint16_t, 1>(const uint16_t*, uint16_t*, int32_t, int32_t);
+
+NearestColumnShape nearestColumnShape(const int32_t* columns, int32_t width, int32_t pixel) {
+    // True if every step of the table is step(j), from column j - 1 to j.
+    const auto steps = [&](auto step) {
+        for (int32_t j = 1; j < width; ++j)
+            if (int64_t(columns[j]) - columns[j - 1] != step(j)) return false;
+        return true;
+    };
+    if (steps([&](int32_t) { return pixel; })) return {NearestColumnShape::Copy};
+    if (steps([&](int32_t) { return 2 * pixel; })) return {NearestColumnShape::EveryOther};
+    for (int32_t phase : {0, 1})
+        if (steps([&](int32_t j) { return (j + phase) % 2 == 0 ? pixel : 0; }))
+            return {NearestColumnShape::Twice, phase};
+    return {NearestColumnShape::General};
+}
+
+namespace {
+
 // One axis of the index tables. The position of target pixel y is
 // (y + 0.5) * scale + offset - 1e-10: the bias makes a position exactly on
 // a whole number k select k - 1, the pixel on the lower side. Entries in
@@ -41,8 +79,45 @@ void buildAxis(int32_t* table, int32_t count, int32_t first, double scale, doubl
     }
 }
 
-// One channel has no vector form: the lookup is one load and one store per
-// pixel, and neither wide stores nor gathers measured faster.
+// Copies one target row from a source row, by the general lookup or, where
+// the column table steps evenly, without it.
+template <class T>
+class RowCopy {
+public:
+    RowCopy(const ResizeJob& job, NearestRowFn<T> lookup)
+        : a_(*job.args), columns_(job.columns), first_(job.columns[0]), lookup_(lookup) {
+        const int32_t channels = a_.nChannels;
+        if (a_.nProcessed == channels && channels != 3) shape_ = nearestColumnShape(columns_, a_.width, channels);
+        if (shape_.kind == NearestColumnShape::EveryOther)
+            everyOther_ = byDepth<T>(nearestEveryOther8uTable(channels).current(),
+                                     nearestEveryOther16uTable(channels).current());
+        if (shape_.kind == NearestColumnShape::Twice)
+            twice_ = byDepth<T>(nearestTwice8uTable(channels).current(), nearestTwice16uTable(channels).current());
+    }
+
+    void operator()(const T* row, T* out) const {
+        switch (shape_.kind) {
+        case NearestColumnShape::Copy:
+            std::memcpy(out, row + first_, size_t(a_.width) * size_t(a_.nChannels) * sizeof(T));
+            break;
+        case NearestColumnShape::EveryOther: everyOther_(row + first_, out, a_.width); break;
+        case NearestColumnShape::Twice: twice_(row + first_, out, a_.width, shape_.phase); break;
+        default: lookup_(row, a_.srcWidth, columns_, out, a_.width);
+        }
+    }
+
+private:
+    const ResizeArgs& a_;
+    const int32_t* columns_;
+    int32_t first_;
+    NearestRowFn<T> lookup_;
+    NearestColumnShape shape_;
+    NearestEveryOtherFn<T> everyOther_ = nullptr;
+    NearestTwiceFn<T> twice_ = nullptr;
+};
+
+// One channel has no vector form of the general lookup: it is one load and
+// one store per pixel, and neither wide stores nor gathers measured faster.
 template <class T>
 IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
     const ResizeArgs& a = *job.args;
@@ -54,6 +129,7 @@ IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
     const T* src = reinterpret_cast<const T*>(a.src);
     T* dst = reinterpret_cast<T*>(job.dst);
     const size_t rowBytes = size_t(a.width) * size_t(a.nChannels) * sizeof(T);
+    const RowCopy<T> copyRow(job, lookup);
     for (int32_t i = 0; i < a.height; ++i) {
         T* out = dst + ptrdiff_t(i) * job.dstStep;
         if (i > 0 && job.rows[i] == job.rows[i - 1]) {
@@ -61,7 +137,7 @@ IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
             // target row above.
             std::memmove(out, out - job.dstStep, rowBytes);
         } else {
-            lookup(src + job.rows[i], a.srcWidth, job.columns, out, a.width);
+            copyRow(src + job.rows[i], out);
         }
     }
     return ippStsNoErr;
@@ -107,6 +183,76 @@ const KernelTable<NearestRowFn<uint16_t>>& nearestRow16uTable(int32_t channels) 
         {"sse2", Isa::Sse2, &nearestRow16uC4Sse2},
 #endif
     };
+    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<NearestEveryOtherFn<uint8_t>>& nearestEveryOther8uTable(int32_t channels) {
+    static const KernelTable<NearestEveryOtherFn<uint8_t>> c1{
+        {"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint8_t, 1>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &nearestEveryOther8uC1Sse2},
+        {"avx2", Isa::Avx2, &nearestEveryOther8uC1Avx2},
+        {"avx512", Isa::Avx512, &nearestEveryOther8uC1Avx512},
+#endif
+    };
+    static const KernelTable<NearestEveryOtherFn<uint8_t>> c3{{"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint8_t, 3>}};
+    static const KernelTable<NearestEveryOtherFn<uint8_t>> c4{
+        {"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint8_t, 4>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &nearestEveryOther8uC4Sse2},
+        {"avx2", Isa::Avx2, &nearestEveryOther8uC4Avx2},
+        {"avx512", Isa::Avx512, &nearestEveryOther8uC4Avx512},
+#endif
+    };
+    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<NearestEveryOtherFn<uint16_t>>& nearestEveryOther16uTable(int32_t channels) {
+    static const KernelTable<NearestEveryOtherFn<uint16_t>> c1{
+        {"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint16_t, 1>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &nearestEveryOther16uC1Sse2},
+        {"avx2", Isa::Avx2, &nearestEveryOther16uC1Avx2},
+        {"avx512", Isa::Avx512, &nearestEveryOther16uC1Avx512},
+#endif
+    };
+    static const KernelTable<NearestEveryOtherFn<uint16_t>> c3{{"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint16_t, 3>}};
+    static const KernelTable<NearestEveryOtherFn<uint16_t>> c4{{"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint16_t, 4>}};
+    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<NearestTwiceFn<uint8_t>>& nearestTwice8uTable(int32_t channels) {
+    static const KernelTable<NearestTwiceFn<uint8_t>> c1{
+        {"scalar", Isa::Scalar, &nearestTwiceScalar<uint8_t, 1>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &nearestTwice8uC1Sse2},
+        {"avx2", Isa::Avx2, &nearestTwice8uC1Avx2},
+        {"avx512", Isa::Avx512, &nearestTwice8uC1Avx512},
+#endif
+    };
+    static const KernelTable<NearestTwiceFn<uint8_t>> c3{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint8_t, 3>}};
+    static const KernelTable<NearestTwiceFn<uint8_t>> c4{
+        {"scalar", Isa::Scalar, &nearestTwiceScalar<uint8_t, 4>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &nearestTwice8uC4Sse2},
+        {"avx2", Isa::Avx2, &nearestTwice8uC4Avx2},
+        {"avx512", Isa::Avx512, &nearestTwice8uC4Avx512},
+#endif
+    };
+    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<NearestTwiceFn<uint16_t>>& nearestTwice16uTable(int32_t channels) {
+    static const KernelTable<NearestTwiceFn<uint16_t>> c1{
+        {"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 1>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &nearestTwice16uC1Sse2},
+        {"avx2", Isa::Avx2, &nearestTwice16uC1Avx2},
+        {"avx512", Isa::Avx512, &nearestTwice16uC1Avx512},
+#endif
+    };
+    static const KernelTable<NearestTwiceFn<uint16_t>> c3{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 3>}};
+    static const KernelTable<NearestTwiceFn<uint16_t>> c4{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 4>}};
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
 }
 

@@ -6,9 +6,21 @@
 
 namespace morva {
 
+template <class T, int Channels>
+void nearestEveryOtherScalar(const T* src, T* dst, int32_t width);
+template <class T, int Channels>
+void nearestTwiceScalar(const T* src, T* dst, int32_t width, int32_t phase);
+
 #if MORVA_X86_64
 NearestRow<uint8_t> nearestRow8uC3Sse2, nearestRow8uC4Sse2;
 NearestRow<uint16_t> nearestRow16uC3Sse2, nearestRow16uC4Sse2;
+// Pixels of 1, 2 and 4 bytes: 8u and 16u one channel, 8u four channels.
+NearestEveryOther<uint8_t> nearestEveryOther8uC1Sse2, nearestEveryOther8uC1Avx2, nearestEveryOther8uC1Avx512;
+NearestEveryOther<uint8_t> nearestEveryOther8uC4Sse2, nearestEveryOther8uC4Avx2, nearestEveryOther8uC4Avx512;
+NearestEveryOther<uint16_t> nearestEveryOther16uC1Sse2, nearestEveryOther16uC1Avx2, nearestEveryOther16uC1Avx512;
+NearestTwice<uint8_t> nearestTwice8uC1Sse2, nearestTwice8uC1Avx2, nearestTwice8uC1Avx512;
+NearestTwice<uint8_t> nearestTwice8uC4Sse2, nearestTwice8uC4Avx2, nearestTwice8uC4Avx512;
+NearestTwice<uint16_t> nearestTwice16uC1Sse2, nearestTwice16uC1Avx2, nearestTwice16uC1Avx512;
 #endif
 
 }  // namespace morva

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "resample/linear_fast_paths.h"
+#include "resample/nearest.h"
 #include "resize_model.h"
 
 namespace morva::testing {
@@ -43,6 +44,35 @@ TEST(LinearFastPaths, SelectorReadsTheTables) {
         for (int32_t count : {3, 8, 61})
             EXPECT_EQ(linearShape(count, c.first, 1 / c.factor, 0.0 - c.shift / c.factor), c.shape)
                 << "factor " << c.factor << " shift " << c.shift << " from " << c.first << ", " << count;
+}
+
+// Tables of nearest neighbour, as the family builds them.
+NearestColumnShape nearestShape(int32_t count, int32_t first, double factor, double shift) {
+    std::vector<int32_t> columns;
+    for (int32_t i = 0; i < count; ++i)
+        columns.push_back(model::nearestIndex(i, count, first, 1 / factor, 0.0 - shift / factor, 1 << 20));
+    return nearestColumnShape(columns.data(), count, 1);
+}
+
+TEST(NearestFastPaths, SelectorReadsTheTables) {
+    using S = NearestColumnShape;
+    const struct {
+        int32_t first;
+        double factor, shift;
+        S::Kind kind;
+        int32_t phase;
+    } cases[] = {
+        {0, 1.0, 0.0, S::Copy, 0},         {1, 1.0, 0.7, S::Copy, 0},   {0, 0.5, 0.0, S::EveryOther, 0},
+        {0, 0.5, 0.3, S::EveryOther, 0},   {0, 2.0, 0.0, S::Twice, 0},  {1, 2.0, 0.0, S::Twice, 1},
+        {1, 2.0, 1.0, S::Twice, 0},        {0, 2.0, 0.5, S::General, 0}, {0, 2.0 / 3.0, 0.0, S::General, 0},
+        {0, 0.25, 0.0, S::General, 0},     {0, 3.0, 0.0, S::General, 0},
+    };
+    for (const auto& c : cases)
+        for (int32_t count : {5, 8, 61}) {
+            const S shape = nearestShape(count, c.first, c.factor, c.shift);
+            EXPECT_EQ(shape.kind, c.kind) << "factor " << c.factor << " shift " << c.shift << ", " << count;
+            if (c.kind == S::Twice) EXPECT_EQ(shape.phase, c.phase);
+        }
 }
 
 // Slots 0 .. the highest this host runs: every form of every kernel.

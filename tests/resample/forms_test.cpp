@@ -354,6 +354,39 @@ void checkLinearFastPaths(int32_t n) {
     }, 140, sizeof(T));
 }
 
+// Rows of exactly the pixels the target reads: every other one up to pixel
+// 2 (width - 1), or each twice up to pixel (width - 1 + phase) / 2.
+template <class T>
+void checkNearestFastPaths(int32_t n) {
+    const auto& everyOther = [n]() -> const auto& {
+        if constexpr (sizeof(T) == 1) return nearestEveryOther8uTable(n); else return nearestEveryOther16uTable(n);
+    }();
+    checkForms(everyOther, [n](Rng& rng, int32_t width) {
+        const RandomRow<T> row(rng, size_t(2 * width - 1) * n);
+        return std::pair{std::vector<uint8_t>(size_t(width) * n * sizeof(T)), [=](NearestEveryOtherFn<T> fn, uint8_t* out) {
+                             fn(row.data(), reinterpret_cast<T*>(out), width);
+                         }};
+    }, 140, sizeof(T));
+    const auto& twice = [n]() -> const auto& {
+        if constexpr (sizeof(T) == 1) return nearestTwice8uTable(n); else return nearestTwice16uTable(n);
+    }();
+    checkForms(twice, [n](Rng& rng, int32_t width) {
+        const int32_t phase = rng.uniform(0, 1);
+        const RandomRow<T> row(rng, size_t((width - 1 + phase) / 2 + 1) * n);
+        return std::pair{std::vector<uint8_t>(size_t(width) * n * sizeof(T)), [=](NearestTwiceFn<T> fn, uint8_t* out) {
+                             fn(row.data(), reinterpret_cast<T*>(out), width, phase);
+                         }};
+    }, 140, sizeof(T));
+}
+
+TEST(ResampleForms, NearestFastPaths) {
+    for (int32_t n : kChannels) {
+        SCOPED_TRACE("channels " + std::to_string(n));
+        checkNearestFastPaths<uint8_t>(n);
+        checkNearestFastPaths<uint16_t>(n);
+    }
+}
+
 TEST(ResampleForms, LinearFastPaths) {
     for (int32_t n : kChannels) {
         SCOPED_TRACE("channels " + std::to_string(n));
