@@ -254,6 +254,7 @@ const KernelTable<Packed422ToBgraFn>& yuy2ToBgraTable() {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::yuy2ToBgraSse2},
         {"avx2", Isa::Avx2, &ycbcr::yuy2ToBgraAvx2},
+        {"avx512", Isa::Avx512, &ycbcr::yuy2ToBgraAvx512},
 #endif
     };
     return table;
@@ -276,6 +277,7 @@ const KernelTable<Packed422ToBgraFn>& uyvyToBgraTable() {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::uyvyToBgraSse2},
         {"avx2", Isa::Avx2, &ycbcr::uyvyToBgraAvx2},
+        {"avx512", Isa::Avx512, &ycbcr::uyvyToBgraAvx512},
 #endif
     };
     return table;

@@ -52,7 +52,8 @@ void planar420ToBgraTail(const uint8_t* y, const uint8_t* cb, const uint8_t* cr,
                          int32_t width, uint8_t alpha);
 
 #if MORVA_X86_64
-Packed422ToBgraKernel yuy2ToBgraSse2, uyvyToBgraSse2, yuy2ToBgraAvx2, uyvyToBgraAvx2;
+Packed422ToBgraKernel yuy2ToBgraSse2, uyvyToBgraSse2, yuy2ToBgraAvx2, uyvyToBgraAvx2, yuy2ToBgraAvx512,
+    uyvyToBgraAvx512;
 Packed422ToBgrKernel yuy2ToBgrSse2, uyvyToRgbSse2, yuy2ToBgrAvx2, uyvyToRgbAvx2;
 Planar3ToBgrKernel planar422ToBgrSse2, planar420ToBgrSse2, planar422ToBgrAvx2, planar420ToBgrAvx2;
 Planar3ToBgraKernel planar420ToBgraSse2, planar420ToBgraAvx2, planar420ToBgraAvx512;

@@ -1,8 +1,8 @@
-// Lane operations by register width, so that one template serves the 256-
-// and the 512-bit forms of a kernel. Each width's overloads exist only in
-// files compiled for its instruction set (AVX2, or AVX-512 F/BW/DQ/VL), and
-// everything has internal linkage: copies built with different flags must
-// never be merged by the linker.
+// Lane operations by register width, so that one template serves the 128-,
+// 256- and 512-bit forms of a kernel. The 128-bit set is SSE2 (the x86-64
+// baseline); the wider sets exist only in files compiled for AVX2, or for
+// AVX-512 F/BW/DQ/VL. Everything has internal linkage: copies built with
+// different flags must never be merged by the linker.
 #pragma once
 
 #include "kernels/cpu.h"
@@ -29,9 +29,7 @@
 namespace morva::lanes {
 namespace {
 
-// Lanes of a register type: kBytes<V> bytes, kLanes32<V> 32-bit lanes.
-template <class V>
-constexpr int kBytes = sizeof(V);
+// kLanes32<V> 32-bit lanes in a register.
 template <class V>
 constexpr int kLanes32 = sizeof(V) / 4;
 
@@ -41,6 +39,8 @@ template <class V>
 V set1_16(int16_t v);
 template <class V>
 V set1_32(int32_t v);
+template <class V>
+V zero();
 template <class V>
 V loadu(const void* p);
 // The same 16 bytes in every 128-bit lane.
@@ -54,82 +54,112 @@ V widenBytes32(__m128i bytes);
 template <class V>
 V loadWidenBytes32(const uint8_t* p);
 
+// The operations whose intrinsics differ by their prefix alone (P: _mm,
+// _mm256 or _mm512; B: the register's bits).
+#define MORVA_LANE_OPS(V, P, B)                                                                          \
+    template <>                                                                                          \
+    MORVA_LANE_INLINE V set1_8(int8_t v) {                                                               \
+        return P##_set1_epi8(v);                                                                         \
+    }                                                                                                    \
+    template <>                                                                                          \
+    MORVA_LANE_INLINE V set1_16(int16_t v) {                                                             \
+        return P##_set1_epi16(v);                                                                        \
+    }                                                                                                    \
+    template <>                                                                                          \
+    MORVA_LANE_INLINE V set1_32(int32_t v) {                                                             \
+        return P##_set1_epi32(v);                                                                        \
+    }                                                                                                    \
+    template <>                                                                                          \
+    MORVA_LANE_INLINE V zero() {                                                                         \
+        return P##_setzero_si##B();                                                                      \
+    }                                                                                                    \
+    MORVA_LANE_INLINE V add16(V a, V b) { return P##_add_epi16(a, b); }                                  \
+    MORVA_LANE_INLINE V sub16(V a, V b) { return P##_sub_epi16(a, b); }                                  \
+    MORVA_LANE_INLINE V mulhi16(V a, V b) { return P##_mulhi_epi16(a, b); }                              \
+    MORVA_LANE_INLINE V add32(V a, V b) { return P##_add_epi32(a, b); }                                  \
+    MORVA_LANE_INLINE V and_(V a, V b) { return P##_and_si##B(a, b); }                                   \
+    MORVA_LANE_INLINE V or_(V a, V b) { return P##_or_si##B(a, b); }                                     \
+    MORVA_LANE_INLINE V packs32(V a, V b) { return P##_packs_epi32(a, b); }                              \
+    MORVA_LANE_INLINE V packus16(V a, V b) { return P##_packus_epi16(a, b); }                            \
+    MORVA_LANE_INLINE V unpacklo8(V a, V b) { return P##_unpacklo_epi8(a, b); }                          \
+    MORVA_LANE_INLINE V unpackhi8(V a, V b) { return P##_unpackhi_epi8(a, b); }                          \
+    MORVA_LANE_INLINE V unpacklo16(V a, V b) { return P##_unpacklo_epi16(a, b); }                        \
+    MORVA_LANE_INLINE V unpackhi16(V a, V b) { return P##_unpackhi_epi16(a, b); }                        \
+    template <int n>                                                                                     \
+    MORVA_LANE_INLINE V slli16(V a) {                                                                    \
+        return P##_slli_epi16(a, n);                                                                     \
+    }                                                                                                    \
+    template <int n>                                                                                     \
+    MORVA_LANE_INLINE V srli16(V a) {                                                                    \
+        return P##_srli_epi16(a, n);                                                                     \
+    }                                                                                                    \
+    template <int n>                                                                                     \
+    MORVA_LANE_INLINE V srai16(V a) {                                                                    \
+        return P##_srai_epi16(a, n);                                                                     \
+    }                                                                                                    \
+    template <int n>                                                                                     \
+    MORVA_LANE_INLINE V srli32(V a) {                                                                    \
+        return P##_srli_epi32(a, n);                                                                     \
+    }                                                                                                    \
+    template <int n>                                                                                     \
+    MORVA_LANE_INLINE V srai32(V a) {                                                                    \
+        return P##_srai_epi32(a, n);                                                                     \
+    }
+
+MORVA_LANE_OPS(__m128i, _mm, 128)
+
 #ifdef __AVX2__
+MORVA_LANE_OPS(__m256i, _mm256, 256)
+
 template <>
-MORVA_LANE_INLINE __m256i set1_8(int8_t v) { return _mm256_set1_epi8(v); }
-template <>
-MORVA_LANE_INLINE __m256i set1_16(int16_t v) { return _mm256_set1_epi16(v); }
-template <>
-MORVA_LANE_INLINE __m256i set1_32(int32_t v) { return _mm256_set1_epi32(v); }
-template <>
-MORVA_LANE_INLINE __m256i loadu(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+MORVA_LANE_INLINE __m256i loadu(const void* p) {
+    return _mm256_loadu_si256(static_cast<const __m256i*>(p));
+}
 template <>
 MORVA_LANE_INLINE __m256i broadcast128(const void* p) {
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(p)));
 }
 template <>
-MORVA_LANE_INLINE __m256i widenBytes32(__m128i bytes) { return _mm256_cvtepu8_epi32(bytes); }
+MORVA_LANE_INLINE __m256i widenBytes32(__m128i bytes) {
+    return _mm256_cvtepu8_epi32(bytes);
+}
 template <>
 MORVA_LANE_INLINE __m256i loadWidenBytes32(const uint8_t* p) {
     return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
 }
-
 MORVA_LANE_INLINE void storeu(void* p, __m256i v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
-MORVA_LANE_INLINE __m256i add32(__m256i a, __m256i b) { return _mm256_add_epi32(a, b); }
 MORVA_LANE_INLINE __m256i mullo32(__m256i a, __m256i b) { return _mm256_mullo_epi32(a, b); }
-template <int n>
-MORVA_LANE_INLINE __m256i srai32(__m256i a) {
-    return _mm256_srai_epi32(a, n);
-}
-template <int n>
-MORVA_LANE_INLINE __m256i srli32(__m256i a) {
-    return _mm256_srli_epi32(a, n);
-}
-MORVA_LANE_INLINE __m256i or_(__m256i a, __m256i b) { return _mm256_or_si256(a, b); }
+MORVA_LANE_INLINE __m256i shuffle8(__m256i a, __m256i indices) { return _mm256_shuffle_epi8(a, indices); }
 // The even 16-bit lanes of a and the odd ones of b.
 MORVA_LANE_INLINE __m256i blendOdd16(__m256i a, __m256i b) { return _mm256_blend_epi16(a, b, 0xAA); }
-MORVA_LANE_INLINE __m256i packs32(__m256i a, __m256i b) { return _mm256_packs_epi32(a, b); }
-MORVA_LANE_INLINE __m256i packus16(__m256i a, __m256i b) { return _mm256_packus_epi16(a, b); }
-MORVA_LANE_INLINE __m256i shuffle8(__m256i a, __m256i indices) { return _mm256_shuffle_epi8(a, indices); }
 #endif
 
 #ifdef __AVX512BW__
+MORVA_LANE_OPS(__m512i, _mm512, 512)
+
 template <>
-MORVA_LANE_INLINE __m512i set1_8(int8_t v) { return _mm512_set1_epi8(v); }
-template <>
-MORVA_LANE_INLINE __m512i set1_16(int16_t v) { return _mm512_set1_epi16(v); }
-template <>
-MORVA_LANE_INLINE __m512i set1_32(int32_t v) { return _mm512_set1_epi32(v); }
-template <>
-MORVA_LANE_INLINE __m512i loadu(const void* p) { return _mm512_loadu_si512(p); }
+MORVA_LANE_INLINE __m512i loadu(const void* p) {
+    return _mm512_loadu_si512(p);
+}
 template <>
 MORVA_LANE_INLINE __m512i broadcast128(const void* p) {
     return _mm512_broadcast_i32x4(_mm_loadu_si128(static_cast<const __m128i*>(p)));
 }
 template <>
-MORVA_LANE_INLINE __m512i widenBytes32(__m128i bytes) { return _mm512_cvtepu8_epi32(bytes); }
+MORVA_LANE_INLINE __m512i widenBytes32(__m128i bytes) {
+    return _mm512_cvtepu8_epi32(bytes);
+}
 template <>
 MORVA_LANE_INLINE __m512i loadWidenBytes32(const uint8_t* p) {
     return _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
 }
-
 MORVA_LANE_INLINE void storeu(void* p, __m512i v) { _mm512_storeu_si512(p, v); }
-MORVA_LANE_INLINE __m512i add32(__m512i a, __m512i b) { return _mm512_add_epi32(a, b); }
 MORVA_LANE_INLINE __m512i mullo32(__m512i a, __m512i b) { return _mm512_mullo_epi32(a, b); }
-template <int n>
-MORVA_LANE_INLINE __m512i srai32(__m512i a) {
-    return _mm512_srai_epi32(a, n);
-}
-template <int n>
-MORVA_LANE_INLINE __m512i srli32(__m512i a) {
-    return _mm512_srli_epi32(a, n);
-}
-MORVA_LANE_INLINE __m512i or_(__m512i a, __m512i b) { return _mm512_or_si512(a, b); }
-MORVA_LANE_INLINE __m512i blendOdd16(__m512i a, __m512i b) { return _mm512_mask_blend_epi16(0xAAAAAAAA, a, b); }
-MORVA_LANE_INLINE __m512i packs32(__m512i a, __m512i b) { return _mm512_packs_epi32(a, b); }
-MORVA_LANE_INLINE __m512i packus16(__m512i a, __m512i b) { return _mm512_packus_epi16(a, b); }
 MORVA_LANE_INLINE __m512i shuffle8(__m512i a, __m512i indices) { return _mm512_shuffle_epi8(a, indices); }
+MORVA_LANE_INLINE __m512i blendOdd16(__m512i a, __m512i b) { return _mm512_mask_blend_epi16(0xAAAAAAAA, a, b); }
 #endif
+
+#undef MORVA_LANE_OPS
 
 }  // namespace
 }  // namespace morva::lanes

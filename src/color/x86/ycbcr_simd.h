@@ -1,5 +1,6 @@
-// 128-bit pieces of the YCbCr to RGB vector forms: loads of the source
-// layouts, the Q forms in 16-bit lanes, and stores of the output layouts.
+// Pieces of the YCbCr to RGB vector forms: the Q forms in 16-bit lanes of
+// any register width, and the 128-bit loads of the source layouts and stores
+// of the output layouts.
 //
 // Everything here has internal linkage: the header is compiled into files of
 // different instruction sets, and their copies must never be merged.
@@ -14,12 +15,12 @@
 #include <cstdint>
 #include <cstring>
 
-// The core steps must be inlined: a convert returned through memory costs a
-// third of the speed.
-#define MORVA_YCC_INLINE [[gnu::always_inline]] inline
+#include "color/x86/lanes.h"
 
 namespace morva::ycbcr_simd {
 namespace {
+
+using namespace lanes;
 
 // A Q form as 16-bit lanes compute it (see yuv_fixed_point.h): luma factor,
 // chroma factors, whether the two green products are subtracted (true) or
@@ -35,58 +36,75 @@ constexpr QForm kQ3{4767, 8261, 1605, 3330, 6537, true, 0, 3};
 constexpr QForm kQ4Rounded{9535, 16523, -3211, -6660, 13074, false, 8, 4};
 constexpr QForm kQ4Truncated{9535, 16523, 3211, 6660, 13074, true, 0, 4};
 
-// The chroma part of each channel for 8 pixel pairs, 16-bit lanes.
-struct ChromaTerms {
-    __m128i b, g, r;
+// The chroma part of each channel, 16-bit lanes.
+template <class V>
+struct ChromaTermsOf {
+    V b, g, r;
 };
 
-// 16 pixels as bytes, one register per channel.
-struct Bgr16 {
-    __m128i b, g, r;
+// Pixels as bytes, one register per channel.
+template <class V>
+struct BgrOf {
+    V b, g, r;
 };
 
-// 16 pixels of YCbCr as 16-bit lanes: luma of pixels 0-7 and 8-15, and one
-// Cb and one Cr per pixel pair.
-struct Ycc16 {
-    __m128i y0, y1, cb, cr;
+// YCbCr as 16-bit lanes: luma in two registers, and one Cb and one Cr per
+// pixel pair, so that the unpacks of a chroma register line up with the two
+// luma registers.
+template <class V>
+struct YccOf {
+    V y0, y1, cb, cr;
 };
 
-template <QForm F>
-MORVA_YCC_INLINE ChromaTerms chromaTerms(__m128i cb, __m128i cr) {
-    const __m128i c128 = _mm_set1_epi16(128);
-    cb = _mm_slli_epi16(_mm_sub_epi16(cb, c128), 7);
-    cr = _mm_slli_epi16(_mm_sub_epi16(cr, c128), 7);
-    const __m128i gb = _mm_mulhi_epi16(cb, _mm_set1_epi16(F.kGreenCb));
-    const __m128i gr = _mm_mulhi_epi16(cr, _mm_set1_epi16(F.kGreenCr));
-    const __m128i g = F.subtractGreen ? _mm_sub_epi16(_mm_sub_epi16(_mm_setzero_si128(), gb), gr)
-                                      : _mm_add_epi16(gb, gr);
-    return {_mm_mulhi_epi16(cb, _mm_set1_epi16(F.kB)), g, _mm_mulhi_epi16(cr, _mm_set1_epi16(F.kR))};
+using ChromaTerms = ChromaTermsOf<__m128i>;
+using Bgr16 = BgrOf<__m128i>;
+using Ycc16 = YccOf<__m128i>;
+
+// Chroma bytes in 16-bit lanes as the forms take them: (c - 128) << 7.
+template <class V>
+MORVA_LANE_INLINE V centredChroma(V c) {
+    return slli16<7>(sub16(c, set1_16<V>(128)));
+}
+
+template <QForm F, class V>
+MORVA_LANE_INLINE ChromaTermsOf<V> chromaTerms(V cb, V cr) {
+    cb = centredChroma(cb);
+    cr = centredChroma(cr);
+    const V gb = mulhi16(cb, set1_16<V>(F.kGreenCb));
+    const V gr = mulhi16(cr, set1_16<V>(F.kGreenCr));
+    const V g = F.subtractGreen ? sub16(sub16(zero<V>(), gb), gr) : add16(gb, gr);
+    return {mulhi16(cb, set1_16<V>(F.kB)), g, mulhi16(cr, set1_16<V>(F.kR))};
 }
 
 // Scaled luma with the form's bias already added.
-template <QForm F>
-MORVA_YCC_INLINE __m128i lumaTerm(__m128i y) {
-    y = _mm_slli_epi16(_mm_sub_epi16(y, _mm_set1_epi16(16)), 7);
-    return _mm_add_epi16(_mm_mulhi_epi16(y, _mm_set1_epi16(F.kY)), _mm_set1_epi16(F.bias));
+template <QForm F, class V>
+MORVA_LANE_INLINE V lumaTerm(V y) {
+    y = slli16<7>(sub16(y, set1_16<V>(16)));
+    return add16(mulhi16(y, set1_16<V>(F.kY)), set1_16<V>(F.bias));
 }
 
-// One channel of 16 pixels: each chroma term serves a pixel pair.
-template <QForm F>
-MORVA_YCC_INLINE __m128i channel(__m128i y0, __m128i y1, __m128i c) {
-    const __m128i lo = _mm_srai_epi16(_mm_add_epi16(y0, _mm_unpacklo_epi16(c, c)), F.shift);
-    const __m128i hi = _mm_srai_epi16(_mm_add_epi16(y1, _mm_unpackhi_epi16(c, c)), F.shift);
-    return _mm_packus_epi16(lo, hi);
+// One channel of a pixel's scaled luma and its own chroma term.
+template <QForm F, class V>
+MORVA_LANE_INLINE V pixelChannel(V y, V c) {
+    return srai16<F.shift>(add16(y, c));
 }
 
-template <QForm F>
-MORVA_YCC_INLINE Bgr16 applyTerms(const ChromaTerms& t, __m128i y0, __m128i y1) {
+// One channel of two luma registers as bytes: each chroma term serves a
+// pixel pair.
+template <QForm F, class V>
+MORVA_LANE_INLINE V channel(V y0, V y1, V c) {
+    return packus16(pixelChannel<F>(y0, unpacklo16(c, c)), pixelChannel<F>(y1, unpackhi16(c, c)));
+}
+
+template <QForm F, class V>
+MORVA_LANE_INLINE BgrOf<V> applyTerms(const ChromaTermsOf<V>& t, V y0, V y1) {
     y0 = lumaTerm<F>(y0);
     y1 = lumaTerm<F>(y1);
     return {channel<F>(y0, y1, t.b), channel<F>(y0, y1, t.g), channel<F>(y0, y1, t.r)};
 }
 
-template <QForm F>
-MORVA_YCC_INLINE Bgr16 convert(const Ycc16& in) {
+template <QForm F, class V>
+MORVA_LANE_INLINE BgrOf<V> convert(const YccOf<V>& in) {
     return applyTerms<F>(chromaTerms<F>(in.cb, in.cr), in.y0, in.y1);
 }
 
@@ -111,7 +129,7 @@ inline __m128i loadLow32(const uint8_t* p) {
 }
 
 // Packed groups Y0 Cb Y1 Cr, 8 pixels a register.
-MORVA_YCC_INLINE Ycc16 splitYCbYCr(__m128i a, __m128i b) {
+MORVA_LANE_INLINE Ycc16 splitYCbYCr(__m128i a, __m128i b) {
     const __m128i lowBytes = _mm_set1_epi16(0x00FF);
     return {_mm_and_si128(a, lowBytes), _mm_and_si128(b, lowBytes),
             _mm_packs_epi32(_mm_srli_epi32(_mm_slli_epi32(a, 16), 24), _mm_srli_epi32(_mm_slli_epi32(b, 16), 24)),
@@ -119,7 +137,7 @@ MORVA_YCC_INLINE Ycc16 splitYCbYCr(__m128i a, __m128i b) {
 }
 
 // Packed groups Cb Y0 Cr Y1.
-MORVA_YCC_INLINE Ycc16 splitCbYCrY(__m128i a, __m128i b) {
+MORVA_LANE_INLINE Ycc16 splitCbYCrY(__m128i a, __m128i b) {
     const __m128i lowByte = _mm_set1_epi32(0xFF);
     return {_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8),
             _mm_packs_epi32(_mm_and_si128(a, lowByte), _mm_and_si128(b, lowByte)),
@@ -127,7 +145,7 @@ MORVA_YCC_INLINE Ycc16 splitCbYCrY(__m128i a, __m128i b) {
 }
 
 // Planar: 16 luma bytes, 8 of each chroma plane.
-MORVA_YCC_INLINE Ycc16 widenPlanar(__m128i y, __m128i cb, __m128i cr) {
+MORVA_LANE_INLINE Ycc16 widenPlanar(__m128i y, __m128i cb, __m128i cr) {
     const __m128i zero = _mm_setzero_si128();
     return {_mm_unpacklo_epi8(y, zero), _mm_unpackhi_epi8(y, zero), _mm_unpacklo_epi8(cb, zero),
             _mm_unpacklo_epi8(cr, zero)};
@@ -139,7 +157,7 @@ struct Quads {
     __m128i q[4];
 };
 
-MORVA_YCC_INLINE Quads interleave4(__m128i c0, __m128i c1, __m128i c2, __m128i c3) {
+MORVA_LANE_INLINE Quads interleave4(__m128i c0, __m128i c1, __m128i c2, __m128i c3) {
     const __m128i lo01 = _mm_unpacklo_epi8(c0, c1), hi01 = _mm_unpackhi_epi8(c0, c1);
     const __m128i lo23 = _mm_unpacklo_epi8(c2, c3), hi23 = _mm_unpackhi_epi8(c2, c3);
     return {{_mm_unpacklo_epi16(lo01, lo23), _mm_unpackhi_epi16(lo01, lo23), _mm_unpacklo_epi16(hi01, hi23),
@@ -155,7 +173,7 @@ inline void storeBgra(uint8_t* d, const Bgr16& c, __m128i alpha, int pixels) {
 
 // Four pixels 0x00ccbbaa in 32-bit lanes to their 12 bytes at the bottom of
 // the register; the top 4 bytes are zero.
-MORVA_YCC_INLINE __m128i compact3(__m128i p) {
+MORVA_LANE_INLINE __m128i compact3(__m128i p) {
     const __m128i first = _mm_set_epi32(0, 0x00FFFFFF, 0, 0x00FFFFFF);
     const __m128i second = _mm_set_epi32(0x0000FFFF, static_cast<int>(0xFF000000), 0x0000FFFF,
                                          static_cast<int>(0xFF000000));

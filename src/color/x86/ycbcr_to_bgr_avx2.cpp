@@ -19,61 +19,16 @@ namespace {
 
 using namespace ycbcr_simd;
 
-// 32 pixels: luma of pixels 0-7 and 16-23 (lo), 8-15 and 24-31 (hi), 16-bit
+// 32 pixels: luma of pixels 0-7 and 16-23 (y0), 8-15 and 24-31 (y1), 16-bit
 // lanes, and one Cb and Cr per pair, pairs 0-15 in order. The in-lane
 // unpacks of the chroma then line up with the luma, and the packed results
 // come out in pixel order.
-struct Ycc32 {
-    __m256i lo, hi, cb, cr;
-};
+using Ycc32 = YccOf<__m256i>;
 
 // 32 pixels as bytes, in order, one register per channel.
-struct Bgr32 {
-    __m256i b, g, r;
-};
+using Bgr32 = BgrOf<__m256i>;
 
-struct ChromaTerms32 {
-    __m256i b, g, r;
-};
-
-template <QForm F>
-MORVA_YCC_INLINE ChromaTerms32 chromaTerms(__m256i cb, __m256i cr) {
-    const __m256i c128 = _mm256_set1_epi16(128);
-    cb = _mm256_slli_epi16(_mm256_sub_epi16(cb, c128), 7);
-    cr = _mm256_slli_epi16(_mm256_sub_epi16(cr, c128), 7);
-    const __m256i gb = _mm256_mulhi_epi16(cb, _mm256_set1_epi16(F.kGreenCb));
-    const __m256i gr = _mm256_mulhi_epi16(cr, _mm256_set1_epi16(F.kGreenCr));
-    const __m256i g = F.subtractGreen ? _mm256_sub_epi16(_mm256_sub_epi16(_mm256_setzero_si256(), gb), gr)
-                                      : _mm256_add_epi16(gb, gr);
-    return {_mm256_mulhi_epi16(cb, _mm256_set1_epi16(F.kB)), g, _mm256_mulhi_epi16(cr, _mm256_set1_epi16(F.kR))};
-}
-
-template <QForm F>
-MORVA_YCC_INLINE __m256i lumaTerm(__m256i y) {
-    y = _mm256_slli_epi16(_mm256_sub_epi16(y, _mm256_set1_epi16(16)), 7);
-    return _mm256_add_epi16(_mm256_mulhi_epi16(y, _mm256_set1_epi16(F.kY)), _mm256_set1_epi16(F.bias));
-}
-
-template <QForm F>
-MORVA_YCC_INLINE __m256i channel(__m256i lo, __m256i hi, __m256i c) {
-    const __m256i a = _mm256_srai_epi16(_mm256_add_epi16(lo, _mm256_unpacklo_epi16(c, c)), F.shift);
-    const __m256i b = _mm256_srai_epi16(_mm256_add_epi16(hi, _mm256_unpackhi_epi16(c, c)), F.shift);
-    return _mm256_packus_epi16(a, b);
-}
-
-template <QForm F>
-MORVA_YCC_INLINE Bgr32 applyTerms(const ChromaTerms32& t, __m256i lo, __m256i hi) {
-    lo = lumaTerm<F>(lo);
-    hi = lumaTerm<F>(hi);
-    return {channel<F>(lo, hi, t.b), channel<F>(lo, hi, t.g), channel<F>(lo, hi, t.r)};
-}
-
-template <QForm F>
-MORVA_YCC_INLINE Bgr32 convert(const Ycc32& in) {
-    return applyTerms<F>(chromaTerms<F>(in.cb, in.cr), in.lo, in.hi);
-}
-
-MORVA_YCC_INLINE __m256i load256(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+MORVA_LANE_INLINE __m256i load256(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 
 // 64 bytes of packed groups; the 128-bit halves are regrouped so that lane 0
 // holds pixels 0-7 and 16-23.
@@ -82,7 +37,7 @@ struct PackedOrder;
 
 template <>
 struct PackedOrder<splitYCbYCr> {
-    MORVA_YCC_INLINE static Ycc32 load(const uint8_t* p) {
+    MORVA_LANE_INLINE static Ycc32 load(const uint8_t* p) {
         const __m256i a = load256(p), b = load256(p + 32);
         const __m256i x = _mm256_permute2x128_si256(a, b, 0x20), y = _mm256_permute2x128_si256(a, b, 0x31);
         const __m256i lowBytes = _mm256_set1_epi16(0x00FF);
@@ -94,7 +49,7 @@ struct PackedOrder<splitYCbYCr> {
 
 template <>
 struct PackedOrder<splitCbYCrY> {
-    MORVA_YCC_INLINE static Ycc32 load(const uint8_t* p) {
+    MORVA_LANE_INLINE static Ycc32 load(const uint8_t* p) {
         const __m256i a = load256(p), b = load256(p + 32);
         const __m256i x = _mm256_permute2x128_si256(a, b, 0x20), y = _mm256_permute2x128_si256(a, b, 0x31);
         const __m256i lowByte = _mm256_set1_epi32(0xFF);
@@ -106,10 +61,10 @@ struct PackedOrder<splitCbYCrY> {
 };
 
 // 32 luma bytes and 16 of each chroma plane.
-MORVA_YCC_INLINE __m256i luma(__m256i l, bool high) {
+MORVA_LANE_INLINE __m256i luma(__m256i l, bool high) {
     return high ? _mm256_unpackhi_epi8(l, _mm256_setzero_si256()) : _mm256_unpacklo_epi8(l, _mm256_setzero_si256());
 }
-MORVA_YCC_INLINE __m256i chroma(const uint8_t* p) { return _mm256_cvtepu8_epi16(load<false>(p)); }
+MORVA_LANE_INLINE __m256i chroma(const uint8_t* p) { return _mm256_cvtepu8_epi16(load<false>(p)); }
 
 // Output layouts: 32 pixels at once, and the 128-bit layout for the steps
 // of 16 and 8 behind them.
@@ -121,7 +76,7 @@ struct BgraWide {
     explicit BgraWide(uint8_t a)
         : alpha(_mm256_set1_epi8(static_cast<char>(a))), narrow{_mm_set1_epi8(static_cast<char>(a))} {}
 
-    MORVA_YCC_INLINE void operator()(uint8_t* d, const Bgr32& c) const {
+    MORVA_LANE_INLINE void operator()(uint8_t* d, const Bgr32& c) const {
         const __m256i bgLo = _mm256_unpacklo_epi8(c.b, c.g), bgHi = _mm256_unpackhi_epi8(c.b, c.g);
         const __m256i raLo = _mm256_unpacklo_epi8(c.r, alpha), raHi = _mm256_unpackhi_epi8(c.r, alpha);
         // Pixels 0-3 | 16-19, 4-7 | 20-23, 8-11 | 24-27, 12-15 | 28-31.
@@ -155,7 +110,7 @@ constexpr Shuffle24 makeShuffle24() {
 constexpr Shuffle24 kShuffle24 = makeShuffle24();
 
 // Three bytes a pixel, in the order first, second, third.
-MORVA_YCC_INLINE void store24(uint8_t* d, __m256i first, __m256i second, __m256i third) {
+MORVA_LANE_INLINE void store24(uint8_t* d, __m256i first, __m256i second, __m256i third) {
     const auto mask = [](int chunk, int ch) {
         return _mm256_load_si256(reinterpret_cast<const __m256i*>(kShuffle24.bytes[chunk][ch]));
     };
@@ -176,7 +131,7 @@ struct Wide24 {
     static constexpr int kBytes = 3;
     std::conditional_t<redFirst, RgbOut, BgrOut> narrow;
 
-    MORVA_YCC_INLINE void operator()(uint8_t* d, const Bgr32& c) const {
+    MORVA_LANE_INLINE void operator()(uint8_t* d, const Bgr32& c) const {
         if constexpr (redFirst) store24(d, c.r, c.g, c.b);
         else store24(d, c.b, c.g, c.r);
     }
@@ -218,7 +173,7 @@ void planar422ToBgrRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, u
     int32_t x = 0;
     for (; x + 32 <= end; x += 32) {
         const __m256i l = load256(y + x);
-        out(dst + 3 * x, convert<kQ4Rounded>({luma(l, false), luma(l, true), chroma(cb + x / 2), chroma(cr + x / 2)}));
+        out(dst + 3 * x, convert<kQ4Rounded>(Ycc32{luma(l, false), luma(l, true), chroma(cb + x / 2), chroma(cr + x / 2)}));
     }
     planarBlocks<kQ4Rounded>(y, cb, cr, dst, x, end, out.narrow);
     planar422ToBgrTail(y, cb, cr, dst, width);
@@ -231,7 +186,7 @@ void planar420ToBgrRowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* 
     const Wide24<false> out;
     int32_t x = 0;
     for (; x + 32 <= end; x += 32) {
-        const ChromaTerms32 t = chromaTerms<kQ4Rounded>(chroma(cb + x / 2), chroma(cr + x / 2));
+        const ChromaTermsOf<__m256i> t = chromaTerms<kQ4Rounded>(chroma(cb + x / 2), chroma(cr + x / 2));
         const __m256i l0 = load256(y0 + x), l1 = load256(y1 + x);
         out(dst0 + 3 * x, applyTerms<kQ4Rounded>(t, luma(l0, false), luma(l0, true)));
         out(dst1 + 3 * x, applyTerms<kQ4Rounded>(t, luma(l1, false), luma(l1, true)));
