@@ -56,6 +56,7 @@ void copyPlaneByMemoryKernel(InPlane src, OutPlane dst, int32_t width, int32_t h
 #if MORVA_X86_64
 extern const RowKit kSse2Rows;
 extern const RowKit kAvx2Rows;
+extern const RowKit kAvx512Rows;
 #endif
 
 // Argument checks of the entry points.
@@ -81,6 +82,7 @@ KernelTable<Fn> kitTable() {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &Body::template run<kSse2Rows>},
         {"avx2", Isa::Avx2, &Body::template run<kAvx2Rows>},
+        {"avx512", Isa::Avx512, &Body::template run<kAvx512Rows>},
 #endif
     };
 }

@@ -108,6 +108,9 @@ V loadWidenBytes32(const uint8_t* p);
 
 MORVA_LANE_OPS(__m128i, _mm, 128)
 
+MORVA_LANE_INLINE void storeu(void* p, __m128i v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
+MORVA_LANE_INLINE void stream(void* p, __m128i v) { _mm_stream_si128(static_cast<__m128i*>(p), v); }
+
 #ifdef __AVX2__
 MORVA_LANE_OPS(__m256i, _mm256, 256)
 
@@ -128,6 +131,7 @@ MORVA_LANE_INLINE __m256i loadWidenBytes32(const uint8_t* p) {
     return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
 }
 MORVA_LANE_INLINE void storeu(void* p, __m256i v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+MORVA_LANE_INLINE void stream(void* p, __m256i v) { _mm256_stream_si256(static_cast<__m256i*>(p), v); }
 MORVA_LANE_INLINE __m256i mullo32(__m256i a, __m256i b) { return _mm256_mullo_epi32(a, b); }
 MORVA_LANE_INLINE __m256i shuffle8(__m256i a, __m256i indices) { return _mm256_shuffle_epi8(a, indices); }
 // The even 16-bit lanes of a and the odd ones of b.
@@ -154,12 +158,38 @@ MORVA_LANE_INLINE __m512i loadWidenBytes32(const uint8_t* p) {
     return _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
 }
 MORVA_LANE_INLINE void storeu(void* p, __m512i v) { _mm512_storeu_si512(p, v); }
+MORVA_LANE_INLINE void stream(void* p, __m512i v) { _mm512_stream_si512(static_cast<__m512i*>(p), v); }
 MORVA_LANE_INLINE __m512i mullo32(__m512i a, __m512i b) { return _mm512_mullo_epi32(a, b); }
 MORVA_LANE_INLINE __m512i shuffle8(__m512i a, __m512i indices) { return _mm512_shuffle_epi8(a, indices); }
 MORVA_LANE_INLINE __m512i blendOdd16(__m512i a, __m512i b) { return _mm512_mask_blend_epi16(0xAAAAAAAA, a, b); }
 #endif
 
 #undef MORVA_LANE_OPS
+
+// Stores of one destination row: streaming ones when they are allowed and the
+// row starts on a whole register (every block of the row then does), ordinary
+// ones otherwise. The fence at the end of the row orders the streamed bytes
+// before whatever the caller does next.
+template <class V>
+class RowStores {
+public:
+    RowStores(const uint8_t* row, bool nonTemporal)
+        : stream_(nonTemporal && reinterpret_cast<uintptr_t>(row) % sizeof(V) == 0) {}
+    RowStores(const RowStores&) = delete;
+    RowStores& operator=(const RowStores&) = delete;
+    ~RowStores() {
+        if (stream_) _mm_sfence();
+    }
+    MORVA_LANE_INLINE void operator()(uint8_t* p, V v) const {
+        if (stream_)
+            stream(p, v);
+        else
+            storeu(p, v);
+    }
+
+private:
+    bool stream_;
+};
 
 }  // namespace
 }  // namespace morva::lanes

@@ -9,6 +9,8 @@
 
 #include <emmintrin.h>
 
+#include "color/x86/lanes.h"
+
 namespace morva::yuvlayout {
 namespace {
 
@@ -30,29 +32,7 @@ __m128i phaseBytes(__m128i a, __m128i b) {
     return phase == 0 ? evenBytes(a, b) : oddBytes(a, b);
 }
 
-// Stores of one destination row: streaming ones when they are allowed and the
-// row starts on 16 bytes (every block of a row then does), ordinary ones
-// otherwise. The fence at the end of the row orders the streamed bytes
-// before whatever the caller does next.
-class RowStores {
-public:
-    RowStores(const uint8_t* row, bool nonTemporal)
-        : stream_(nonTemporal && (reinterpret_cast<uintptr_t>(row) & 15) == 0) {}
-    RowStores(const RowStores&) = delete;
-    RowStores& operator=(const RowStores&) = delete;
-    ~RowStores() {
-        if (stream_) _mm_sfence();
-    }
-    void operator()(uint8_t* p, __m128i v) const {
-        if (stream_)
-            _mm_stream_si128(reinterpret_cast<__m128i*>(p), v);
-        else
-            store(p, v);
-    }
-
-private:
-    bool stream_;
-};
+using RowStores = lanes::RowStores<__m128i>;
 
 void swapPairs(const uint8_t* src, uint8_t* dst, int32_t units, bool nonTemporal) {
     const RowStores put(dst, nonTemporal);
