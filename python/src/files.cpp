@@ -6,6 +6,8 @@
 #include <compose.h>
 #include <options.h>
 
+#include <pybind11/stl.h>
+
 #include <mutex>
 
 #include "names.h"
