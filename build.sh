@@ -5,14 +5,18 @@
 #   ./build.sh sanitize   the same under AddressSanitizer and UndefinedBehaviorSanitizer
 #   ./build.sh demo       build and compose the built-in demo into morva-demo.png
 #   ./build.sh bench      build and run the benchmarks
+#   ./build.sh bench-python   the Python package beside OpenCV's cv2 (bench/python_vs_cv2.py)
 set -euo pipefail
 cd "$(dirname "$0")"
 
 packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libpng-dev)
+# The Python package and its tests (python/), built and run by `test`.
+python_packages=(python3-dev python3-numpy python3-pybind11 python3-pytest python3-hypothesis
+                 python3-dask python3-distributed)
 
-install_missing_packages() {
+install_missing_packages() {  # extra packages...
     local missing=()
-    for p in "${packages[@]}"; do
+    for p in "${packages[@]}" "$@"; do
         dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
     done
     [ ${#missing[@]} -eq 0 ] && return
@@ -20,7 +24,7 @@ install_missing_packages() {
     local sudo=""
     [ "$(id -u)" -ne 0 ] && sudo="sudo"
     $sudo apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}"
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq -o DPkg::Lock::Timeout=600 "${missing[@]}"
 }
 
 jobs=$(nproc 2>/dev/null || echo 2)
@@ -37,7 +41,11 @@ run_tests() {  # directory
 }
 
 command=${1:-test}
-install_missing_packages
+case "$command" in
+test) install_missing_packages "${python_packages[@]}" ;;
+bench-python) install_missing_packages "${python_packages[@]}" python3-opencv ;;
+*) install_missing_packages ;;
+esac
 case "$command" in
 test)
     configure_and_build build
@@ -59,8 +67,13 @@ bench)
     shift || true
     build/bench/morva_bench "$@"
     ;;
+bench-python)
+    configure_and_build build
+    shift || true
+    PYTHONPATH=build/python /usr/bin/python3 bench/python_vs_cv2.py "$@"
+    ;;
 *)
-    echo "usage: $0 test|sanitize|demo|bench" >&2
+    echo "usage: $0 test|sanitize|demo|bench|bench-python" >&2
     exit 2
     ;;
 esac
