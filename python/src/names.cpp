@@ -1,6 +1,7 @@
 #include "names.h"
 
 #include <format_names.h>
+#include <method_names.h>
 #include <morva.h>
 
 #include <array>
@@ -11,29 +12,17 @@ namespace morvapy {
 
 namespace {
 
-struct NamedValue {
-    std::string_view name;
-    int32_t value;
-};
+using morvanames::NamedValue;
 
-// The command-line tool's names, so a method reads the same everywhere.
-constexpr std::array kMethods = {
-    NamedValue{"nn", INTER_NN},
-    NamedValue{"linear", INTER_LINEAR},
-    NamedValue{"cubic", INTER_CUBIC},
-    NamedValue{"bspline", INTER_CUBIC_BSPLINE},
-    NamedValue{"catmullrom", INTER_CUBIC_CATMULLROM},
-    NamedValue{"b05c03", INTER_CUBIC_B05C03},
-    NamedValue{"super", INTER_SUPER},
-    NamedValue{"lanczos", INTER_LANCZOS},
-    NamedValue{"nearest", INTER_NN},  // alias, after the shown name
-};
+// The shared names, and "nearest" taken for "nn" as well.
+constexpr std::array kMethods = [] {
+    std::array<NamedValue, morvanames::kInterpolationNames.size() + 1> methods{};
+    for (size_t i = 0; i < morvanames::kInterpolationNames.size(); ++i) methods[i] = morvanames::kInterpolationNames[i];
+    methods.back() = {"nearest", INTER_NN};
+    return methods;
+}();
 
-constexpr std::array kFits = {
-    NamedValue{"stretch", 0},
-    NamedValue{"fit", 1},
-    NamedValue{"fill", 2},
-};
+constexpr const auto& kFits = morvanames::kScaleModeNames;
 
 constexpr std::array kEdges = {
     NamedValue{"smooth", EDGE_SMOOTH},
