@@ -33,13 +33,6 @@ void packedPairs(const uint8_t* src, uint8_t* dst, int64_t from, int64_t to, con
     }
 }
 
-// Scalar definition of a packed row: the vector body's Q4 truncated over the
-// columns it covers, then the tail.
-void packedRow(const uint8_t* src, uint8_t* dst, int64_t count, const Bgr16Layout& l) {
-    packedPairs<yuv::q4Truncated>(src, dst, 0, count & ~int64_t(7), l);
-    packedTail(src, dst, count, l);
-}
-
 // A single column: each row's Y and the chroma byte beside it, which stands
 // for Cb and Cr alike, by S2, written as red, green, blue bytes at r times
 // the step in 16-bit units, in bytes. Not a 16-bit pixel, and the same for
@@ -63,7 +56,7 @@ void planarRowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, cons
 
 void packed422ToBgr16Scalar(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep16, int32_t width,
                             int32_t height, const Bgr16Layout& layout) {
-    packedFrame(&packedRow, src, srcStep, dst, dstStep16, width, height, layout);
+    packedFrame(&packedRowScalar, src, srcStep, dst, dstStep16, width, height, layout);
 }
 
 void planar420ToBgr16Scalar(const uint8_t* const src[3], const int32_t srcStep[3], uint8_t* dst, int32_t dstStep16,
@@ -125,6 +118,12 @@ void planarFrame(PlanarRowPair* rowPair, const uint8_t* const src[3], const int3
     }
 }
 
+// The vector body's Q4 truncated over the columns it covers, then the tail.
+void packedRowScalar(const uint8_t* src, uint8_t* dst, int64_t count, const Bgr16Layout& l) {
+    packedPairs<yuv::q4Truncated>(src, dst, 0, count & ~int64_t(7), l);
+    packedTail(src, dst, count, l);
+}
+
 // Pairs by S2, then an odd last pixel by S2 plain with the Cr of the group
 // before it.
 void packedTail(const uint8_t* src, uint8_t* dst, int64_t count, const Bgr16Layout& l) {
@@ -149,6 +148,8 @@ const KernelTable<Packed422ToBgr16Fn>& packed422ToBgr16Table() {
         {"scalar", Isa::Scalar, &ycbcr16::packed422ToBgr16Scalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr16::packed422ToBgr16Sse2},
+        {"avx2", Isa::Avx2, &ycbcr16::packed422ToBgr16Avx2},
+        {"avx512", Isa::Avx512, &ycbcr16::packed422ToBgr16Avx512},
 #endif
     };
     return table;
@@ -159,6 +160,8 @@ const KernelTable<Planar420ToBgr16Fn>& planar420ToBgr16Table() {
         {"scalar", Isa::Scalar, &ycbcr16::planar420ToBgr16Scalar},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr16::planar420ToBgr16Sse2},
+        {"avx2", Isa::Avx2, &ycbcr16::planar420ToBgr16Avx2},
+        {"avx512", Isa::Avx512, &ycbcr16::planar420ToBgr16Avx512},
 #endif
     };
     return table;

@@ -23,15 +23,16 @@ void packedFrame(PackedRow* row, const uint8_t* src, int32_t srcStep, uint8_t* d
 void planarFrame(PlanarRowPair* rowPair, const uint8_t* const src[3], const int32_t srcStep[3], uint8_t* dst,
                  int32_t dstStep16, int32_t width, int32_t height, const Bgr16Layout& layout);
 
-// Scalar tail of a packed row: pixels from (count & ~7) on.
-PackedRow packedTail;
+// The scalar definition of a packed row, and its tail: pixels from
+// (count & ~7) on.
+PackedRow packedRowScalar, packedTail;
 // Columns [from, width) of one planar row, by the scalar Q4 truncated.
 void planarColumns(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, int32_t from,
                    int32_t width, const Bgr16Layout& layout);
 
 #if MORVA_X86_64
-Packed422ToBgr16Kernel packed422ToBgr16Sse2;
-Planar420ToBgr16Kernel planar420ToBgr16Sse2;
+Packed422ToBgr16Kernel packed422ToBgr16Sse2, packed422ToBgr16Avx2, packed422ToBgr16Avx512;
+Planar420ToBgr16Kernel planar420ToBgr16Sse2, planar420ToBgr16Avx2, planar420ToBgr16Avx512;
 #endif
 
 }  // namespace morva::ycbcr16

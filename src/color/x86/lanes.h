@@ -29,9 +29,11 @@
 namespace morva::lanes {
 namespace {
 
-// kLanes32<V> 32-bit lanes in a register.
+// kLanes32<V> 32-bit lanes in a register, kLanes16<V> 16-bit ones.
 template <class V>
 constexpr int kLanes32 = sizeof(V) / 4;
+template <class V>
+constexpr int kLanes16 = sizeof(V) / 2;
 
 template <class V>
 V set1_8(int8_t v);
@@ -53,6 +55,12 @@ V widenBytes32(__m128i bytes);
 // behind them is read.
 template <class V>
 V loadWidenBytes32(const uint8_t* p);
+// kLanes16<V> bytes from memory, each widened to a 16-bit lane.
+template <class V>
+V loadWidenBytes16(const uint8_t* p);
+// kLanes16<V> / 2 bytes from memory, each widened to two 16-bit lanes.
+template <class V>
+V loadWidenDoubledBytes16(const uint8_t* p);
 
 // The operations whose intrinsics differ by their prefix alone (P: _mm,
 // _mm256 or _mm512; B: the register's bits).
@@ -76,6 +84,11 @@ V loadWidenBytes32(const uint8_t* p);
     MORVA_LANE_INLINE V add16(V a, V b) { return P##_add_epi16(a, b); }                                  \
     MORVA_LANE_INLINE V sub16(V a, V b) { return P##_sub_epi16(a, b); }                                  \
     MORVA_LANE_INLINE V mulhi16(V a, V b) { return P##_mulhi_epi16(a, b); }                              \
+    MORVA_LANE_INLINE V min16(V a, V b) { return P##_min_epi16(a, b); }                                  \
+    MORVA_LANE_INLINE V max16(V a, V b) { return P##_max_epi16(a, b); }                                  \
+    /* Shifts by the count in the low 64 bits of a 128-bit register. */                                  \
+    MORVA_LANE_INLINE V sll16(V a, __m128i count) { return P##_sll_epi16(a, count); }                    \
+    MORVA_LANE_INLINE V srl16(V a, __m128i count) { return P##_srl_epi16(a, count); }                    \
     MORVA_LANE_INLINE V add32(V a, V b) { return P##_add_epi32(a, b); }                                  \
     MORVA_LANE_INLINE V and_(V a, V b) { return P##_and_si##B(a, b); }                                   \
     MORVA_LANE_INLINE V or_(V a, V b) { return P##_or_si##B(a, b); }                                     \
@@ -130,6 +143,15 @@ template <>
 MORVA_LANE_INLINE __m256i loadWidenBytes32(const uint8_t* p) {
     return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
 }
+template <>
+MORVA_LANE_INLINE __m256i loadWidenBytes16(const uint8_t* p) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+}
+template <>
+MORVA_LANE_INLINE __m256i loadWidenDoubledBytes16(const uint8_t* p) {
+    const __m128i c = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+    return _mm256_cvtepu8_epi16(_mm_unpacklo_epi8(c, c));
+}
 MORVA_LANE_INLINE void storeu(void* p, __m256i v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
 MORVA_LANE_INLINE void stream(void* p, __m256i v) { _mm256_stream_si256(static_cast<__m256i*>(p), v); }
 MORVA_LANE_INLINE __m256i mullo32(__m256i a, __m256i b) { return _mm256_mullo_epi32(a, b); }
@@ -156,6 +178,15 @@ MORVA_LANE_INLINE __m512i widenBytes32(__m128i bytes) {
 template <>
 MORVA_LANE_INLINE __m512i loadWidenBytes32(const uint8_t* p) {
     return _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+}
+template <>
+MORVA_LANE_INLINE __m512i loadWidenBytes16(const uint8_t* p) {
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+}
+template <>
+MORVA_LANE_INLINE __m512i loadWidenDoubledBytes16(const uint8_t* p) {
+    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    return _mm512_cvtepu8_epi16(_mm256_setr_m128i(_mm_unpacklo_epi8(c, c), _mm_unpackhi_epi8(c, c)));
 }
 MORVA_LANE_INLINE void storeu(void* p, __m512i v) { _mm512_storeu_si512(p, v); }
 MORVA_LANE_INLINE void stream(void* p, __m512i v) { _mm512_stream_si512(static_cast<__m512i*>(p), v); }

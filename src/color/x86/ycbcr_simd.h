@@ -108,6 +108,46 @@ MORVA_LANE_INLINE BgrOf<V> convert(const YccOf<V>& in) {
     return applyTerms<F>(chromaTerms<F>(in.cb, in.cr), in.y0, in.y1);
 }
 
+// A packed layout as three byte shuffles that give each pixel's luma, Cb and
+// Cr in its own 16-bit lane, in pixel order: the pixels of a pair take the
+// same chroma, and the Q forms then need no unpacking to pair pixels with
+// their chroma.
+struct PackedPicks {
+    int8_t y[16], cb[16], cr[16];
+};
+
+// Byte positions of Y0, Cb, Y1, Cr in a group of two pixels.
+constexpr PackedPicks picksOf(int y0, int cb, int y1, int cr) {
+    PackedPicks p{};
+    for (int pixel = 0; pixel < 8; ++pixel) {
+        const int group = 4 * (pixel / 2);
+        p.y[2 * pixel] = int8_t(group + (pixel % 2 ? y1 : y0));
+        p.cb[2 * pixel] = int8_t(group + cb);
+        p.cr[2 * pixel] = int8_t(group + cr);
+        p.y[2 * pixel + 1] = p.cb[2 * pixel + 1] = p.cr[2 * pixel + 1] = -1;  // zero
+    }
+    return p;
+}
+
+constexpr PackedPicks kYCbYCrPicks = picksOf(0, 1, 2, 3);
+constexpr PackedPicks kCbYCrYPicks = picksOf(1, 0, 3, 2);
+
+// The scaled luma and the chroma terms of the pixels of packed groups in a
+// register of 256 bits or more, a pixel to a 16-bit lane, in pixel order.
+template <class V>
+struct PixelTerms {
+    V y;
+    ChromaTermsOf<V> c;
+};
+
+template <QForm F, class V>
+MORVA_LANE_INLINE PixelTerms<V> packedPixelTerms(V groups, const PackedPicks& picks) {
+    const auto pick = [&](const int8_t* shuffle) MORVA_LANE_LAMBDA {
+        return shuffle8(groups, broadcast128<V>(shuffle));
+    };
+    return {lumaTerm<F>(pick(picks.y)), chromaTerms<F>(pick(picks.cb), pick(picks.cr))};
+}
+
 template <bool aligned>
 inline __m128i load(const uint8_t* p) {
     if constexpr (aligned) return _mm_load_si128(reinterpret_cast<const __m128i*>(p));

@@ -16,30 +16,6 @@ namespace {
 
 using namespace ycbcr_simd;
 
-// A packed layout as three byte shuffles that give each pixel's luma, Cb and
-// Cr in its own 16-bit lane, in pixel order: the pixels of a pair take the
-// same chroma, and the Q forms then need no unpacking to pair pixels with
-// their chroma.
-struct PackedPicks {
-    int8_t y[16], cb[16], cr[16];
-};
-
-// Byte positions of Y0, Cb, Y1, Cr in a group of two pixels.
-constexpr PackedPicks picksOf(int y0, int cb, int y1, int cr) {
-    PackedPicks p{};
-    for (int pixel = 0; pixel < 8; ++pixel) {
-        const int group = 4 * (pixel / 2);
-        p.y[2 * pixel] = int8_t(group + (pixel % 2 ? y1 : y0));
-        p.cb[2 * pixel] = int8_t(group + cb);
-        p.cr[2 * pixel] = int8_t(group + cr);
-        p.y[2 * pixel + 1] = p.cb[2 * pixel + 1] = p.cr[2 * pixel + 1] = -1;  // zero
-    }
-    return p;
-}
-
-constexpr PackedPicks kYCbYCrPicks = picksOf(0, 1, 2, 3);
-constexpr PackedPicks kCbYCrYPicks = picksOf(1, 0, 3, 2);
-
 // 32 pixels of 16-bit channel values in pixel order (128-bit lane k holds
 // pixels 8k to 8k + 7) as B G R A, clamped to bytes.
 MORVA_LANE_INLINE void storeBgra32(uint8_t* dst, __m512i b, __m512i g, __m512i r, __m512i alpha) {
@@ -53,13 +29,8 @@ MORVA_LANE_INLINE void storeBgra32(uint8_t* dst, __m512i b, __m512i g, __m512i r
 
 template <QForm F, const PackedPicks& picks>
 MORVA_LANE_INLINE void packedToBgra32(const uint8_t* src, uint8_t* dst, __m512i alpha) {
-    const __m512i groups = _mm512_loadu_si512(src);
-    const auto pick = [&](const int8_t* shuffle) MORVA_LANE_LAMBDA {
-        return _mm512_shuffle_epi8(groups, broadcast128<__m512i>(shuffle));
-    };
-    const __m512i y = lumaTerm<F>(pick(picks.y));
-    const ChromaTermsOf<__m512i> t = chromaTerms<F>(pick(picks.cb), pick(picks.cr));
-    storeBgra32(dst, pixelChannel<F>(y, t.b), pixelChannel<F>(y, t.g), pixelChannel<F>(y, t.r), alpha);
+    const PixelTerms<__m512i> t = packedPixelTerms<F>(_mm512_loadu_si512(src), picks);
+    storeBgra32(dst, pixelChannel<F>(t.y, t.c.b), pixelChannel<F>(t.y, t.c.g), pixelChannel<F>(t.y, t.c.r), alpha);
 }
 
 // The vector body of a packed row, columns [0, bodyWidth(width)): blocks of
