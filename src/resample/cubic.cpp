@@ -171,12 +171,13 @@ void runCubic(const ResizeJob& job) {
     const TapPlan<4> plan =
         planTapFilter<4>(job, kAlignment, coefficientsOf(job.args->interpolation));
     forEachRimPixel(job, plan, CubicRim<T>(job, plan));
-    if constexpr (sizeof(T) == 1)
-        runTapInterior<4, T>(job, plan, cubicRow8uTable(job.args->nProcessed).current(),
-                             cubicBlend8uTable().current());
-    else
-        runTapInterior<4, T>(job, plan, cubicRow16uTable(job.args->nProcessed).current(),
-                             cubicBlend16uTable().current());
+    const int32_t n = job.args->nProcessed;
+    const bool doubling = n == 1 && interiorColumnsDouble(job, plan);
+    const TapRowFn<T> row =
+        doubling ? byDepth<T>(cubicDoubleRow8uTable().current(), cubicDoubleRow16uTable().current())
+                 : byDepth<T>(cubicRow8uTable(n).current(), cubicRow16uTable(n).current());
+    runTapInterior<4, T>(job, plan, row,
+                         byDepth<T>(cubicBlend8uTable().current(), cubicBlend16uTable().current()));
 }
 
 }  // namespace
@@ -248,6 +249,28 @@ const KernelTable<TapRowFn<uint16_t>>& cubicRow16uTable(int32_t channels) {
 #endif
     };
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<TapRowFn<uint8_t>>& cubicDoubleRow8uTable() {
+    static const KernelTable<TapRowFn<uint8_t>> table {
+        {"scalar", Isa::Scalar, &cubicRowScalar<uint8_t, 1>},
+#if MORVA_X86_64
+            {"sse2", Isa::Sse2, &cubicRow8uC1Sse2}, {"avx2", Isa::Avx2, &cubicDoubleRow8uAvx2},
+            {"avx512", Isa::Avx512, &cubicDoubleRow8uAvx512},
+#endif
+    };
+    return table;
+}
+
+const KernelTable<TapRowFn<uint16_t>>& cubicDoubleRow16uTable() {
+    static const KernelTable<TapRowFn<uint16_t>> table {
+        {"scalar", Isa::Scalar, &cubicRowScalar<uint16_t, 1>},
+#if MORVA_X86_64
+            {"sse2", Isa::Sse2, &cubicRow16uC1Sse2}, {"avx2", Isa::Avx2, &cubicDoubleRow16uAvx2},
+            {"avx512", Isa::Avx512, &cubicDoubleRow16uAvx512},
+#endif
+    };
+    return table;
 }
 
 const KernelTable<TapBlendFn<uint8_t>>& cubicBlend8uTable() {

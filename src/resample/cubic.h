@@ -27,6 +27,12 @@ void cubicCoefficients(int32_t id, float fraction, float c[4]);
 const KernelTable<TapRowFn<uint8_t>>& cubicRow8uTable(int32_t channels);
 const KernelTable<TapRowFn<uint16_t>>& cubicRow16uTable(int32_t channels);
 
+// The one-channel row where the interior's columns double the source
+// (interiorColumnsDouble): the scalar definition and the general forms, and
+// forms that need no gather.
+const KernelTable<TapRowFn<uint8_t>>& cubicDoubleRow8uTable();
+const KernelTable<TapRowFn<uint16_t>>& cubicDoubleRow16uTable();
+
 // Down: v = (A * c0 + B * c1) + (C * c2 + D * c3) in float32, rounded to a
 // whole number in the current mode (ties to even), saturated.
 const KernelTable<TapBlendFn<uint8_t>>& cubicBlend8uTable();

@@ -133,12 +133,13 @@ void runLanczos(const ResizeJob& job) {
     constexpr TapAlignment kAlignment{32, 32, 32};
     const TapPlan<6> plan = planTapFilter<6>(job, kAlignment, &ownLanczosCoefficients);
     forEachRimPixel(job, plan, LanczosRim<T>(job, plan));
-    if constexpr (sizeof(T) == 1)
-        runTapInterior<6, T>(job, plan, lanczosRow8uTable(job.args->nProcessed).current(),
-                             lanczosBlend8uTable().current());
-    else
-        runTapInterior<6, T>(job, plan, lanczosRow16uTable(job.args->nProcessed).current(),
-                             lanczosBlend16uTable().current());
+    const int32_t n = job.args->nProcessed;
+    const bool doubling = n == 1 && interiorColumnsDouble(job, plan);
+    const TapRowFn<T> row =
+        doubling ? byDepth<T>(lanczosDoubleRow8uTable().current(), lanczosDoubleRow16uTable().current())
+                 : byDepth<T>(lanczosRow8uTable(n).current(), lanczosRow16uTable(n).current());
+    runTapInterior<6, T>(job, plan, row,
+                         byDepth<T>(lanczosBlend8uTable().current(), lanczosBlend16uTable().current()));
 }
 
 }  // namespace
@@ -175,6 +176,28 @@ const KernelTable<TapRowFn<uint8_t>>& lanczosRow8uTable(int32_t channels) {
 #endif
     };
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<TapRowFn<uint8_t>>& lanczosDoubleRow8uTable() {
+    static const KernelTable<TapRowFn<uint8_t>> table {
+        {"scalar", Isa::Scalar, &lanczosRowScalar<uint8_t, 1>},
+#if MORVA_X86_64
+            {"sse2", Isa::Sse2, &lanczosRow8uC1Sse2}, {"avx2", Isa::Avx2, &lanczosDoubleRow8uAvx2},
+            {"avx512", Isa::Avx512, &lanczosDoubleRow8uAvx512},
+#endif
+    };
+    return table;
+}
+
+const KernelTable<TapRowFn<uint16_t>>& lanczosDoubleRow16uTable() {
+    static const KernelTable<TapRowFn<uint16_t>> table {
+        {"scalar", Isa::Scalar, &lanczosRowScalar<uint16_t, 1>},
+#if MORVA_X86_64
+            {"sse2", Isa::Sse2, &lanczosRow16uC1Sse2}, {"avx2", Isa::Avx2, &lanczosDoubleRow16uAvx2},
+            {"avx512", Isa::Avx512, &lanczosDoubleRow16uAvx512},
+#endif
+    };
+    return table;
 }
 
 const KernelTable<TapRowFn<uint16_t>>& lanczosRow16uTable(int32_t channels) {

@@ -27,6 +27,12 @@ void ownLanczosCoefficients(float fraction, float c[6]);
 const KernelTable<TapRowFn<uint8_t>>& lanczosRow8uTable(int32_t channels);
 const KernelTable<TapRowFn<uint16_t>>& lanczosRow16uTable(int32_t channels);
 
+// The one-channel row where the interior's columns double the source
+// (interiorColumnsDouble): the scalar definition and the general forms, and
+// forms that need no gather.
+const KernelTable<TapRowFn<uint8_t>>& lanczosDoubleRow8uTable();
+const KernelTable<TapRowFn<uint16_t>>& lanczosDoubleRow16uTable();
+
 // Down: v = 0 + A * c0 + B * c1 + ... + F * c5 added from the left in
 // float32, then v + 0.5000001f in float32, truncated, saturated.
 const KernelTable<TapBlendFn<uint8_t>>& lanczosBlend8uTable();

@@ -273,10 +273,7 @@ private:
 
     // Fractions in quarters of a pixel, -1 where not a whole number of them.
     static int32_t quarters(int16_t f) { return f % 4096 == 0 ? f / 4096 : -1; }
-    static int32_t quarters(float f) {
-        const float q = f * 4.0f;
-        return q == std::floor(q) ? int32_t(q) : -1;
-    }
+    static int32_t quarters(float f) { return quartersOf(f); }
     int32_t columnQuarters(int32_t j) const {
         return quarters(columnFractions_[Traits::kColumnFractions * (left_ + j + 1) - 1]);
     }
@@ -288,14 +285,14 @@ private:
         if (a_.nProcessed != channels_) return false;
         const int32_t* columns = job_.columns + left_;
         const int32_t* rows = job_.rows + top_;
-        const LinearAxisShape across =
-            linearAxisShape(columns, width, channels_, [this](int32_t j) { return columnQuarters(j); });
-        if (across == LinearAxisShape::General) return false;
-        const LinearAxisShape down =
-            linearAxisShape(rows, height, job_.srcStep, [this](int32_t i) { return rowQuarters(i); });
-        const bool bothHalf = across == LinearAxisShape::Half && down == LinearAxisShape::Half;
-        const bool bothDouble = across == LinearAxisShape::Double && down == LinearAxisShape::Double;
-        if (across != LinearAxisShape::Copy && !bothHalf && !bothDouble) return false;
+        const AxisShape across =
+            axisShape(columns, width, channels_, [this](int32_t j) { return columnQuarters(j); });
+        if (across == AxisShape::General) return false;
+        const AxisShape down =
+            axisShape(rows, height, job_.srcStep, [this](int32_t i) { return rowQuarters(i); });
+        const bool bothHalf = across == AxisShape::Half && down == AxisShape::Half;
+        const bool bothDouble = across == AxisShape::Double && down == AxisShape::Double;
+        if (across != AxisShape::Copy && !bothHalf && !bothDouble) return false;
 
         const auto vertical = byDepth<T>(linearVertical8uTable().current(), linearVertical16uTable().current());
         const auto box = byDepth<T>(linearBox8uTable(channels_).current(), linearBox16uTable(channels_).current());
@@ -307,7 +304,7 @@ private:
             const T* upper = src_ + rows[i] + columns[0];
             const T* lower = upper + job_.srcStep;
             T* target = out + ptrdiff_t(i) * job_.dstStep;
-            if (across == LinearAxisShape::Copy)
+            if (across == AxisShape::Copy)
                 vertical(upper, lower, target, width * channels_, rowFractions_[top_ + i]);
             else if (bothHalf)
                 box(upper, lower, target, width);

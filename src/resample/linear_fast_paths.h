@@ -1,51 +1,14 @@
 // Linear resizes whose tables reduce the two passes of the interior to one
 // integer formula: exact halving, exact doubling and resizes down a column
-// only. The selector reads the interior's tables, not the factors, because
-// the tables are what the arithmetic uses: a factor of 0.5 with a shift of
-// 0.3 has other fractions and stays on the general path.
+// only, chosen by the shapes of the interior's tables (axis_shape.h).
 #pragma once
 
 #include <cstdint>
 
 #include "kernels/dispatch.h"
+#include "resample/axis_shape.h"
 
 namespace morva {
-
-// What one axis of the interior's tables reduces to.
-enum class LinearAxisShape {
-    General,
-    Copy,    // fraction 0, one pixel a step: the source as it is
-    Half,    // fraction 1/2, two pixels a step
-    Double,  // fractions 3/4 and 1/4 in turn, the pixel advancing after 3/4
-};
-
-// The shape of count entries that are k * unit, whose fractions
-// quarters(i) gives in quarters of a pixel (-1 where a fraction isn't a
-// whole number of quarters).
-template <class Quarters>
-LinearAxisShape linearAxisShape(const int32_t* entries, int32_t count, int64_t unit,
-                                Quarters quarters) {
-    if (count <= 0) return LinearAxisShape::General;
-    const auto all = [&](auto follows) {
-        for (int32_t i = 1; i < count; ++i)
-            if (!follows(int64_t(entries[i]) - entries[i - 1], quarters(i - 1), quarters(i)))
-                return false;
-        return true;
-    };
-    const int32_t first = quarters(0);
-    if (first == 0 && all([&](int64_t step, int32_t, int32_t q) { return q == 0 && step == unit; }))
-        return LinearAxisShape::Copy;
-    if (first == 2 && all([&](int64_t step, int32_t, int32_t q) { return q == 2 && step == 2 * unit; }))
-        return LinearAxisShape::Half;
-    // 3/4 right of pixel m is a quarter left of m + 1: the next position
-    // takes m + 1 at 1/4, then the same pixel at 3/4.
-    if ((first == 1 || first == 3) &&
-        all([&](int64_t step, int32_t previous, int32_t q) {
-            return q == 4 - previous && (q == 3 || q == 1) && step == (previous == 3 ? unit : 0);
-        }))
-        return LinearAxisShape::Double;
-    return LinearAxisShape::General;
-}
 
 // Halving across and down: per sample the mean of a 2 x 2 block, halves up,
 // (a0 + a1 + b0 + b1 + 2) >> 2. upper and lower point at the left pixel of

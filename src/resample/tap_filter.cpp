@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "resample/axis_shape.h"
 #include "resample/resize_common.h"
 
 namespace morva {
@@ -71,6 +72,14 @@ TapPlan<Taps> planTapFilter(const ResizeJob& job, const TapAlignment& alignment,
     for (int32_t i = 0; i < a.height; ++i)
         coefficients(plan.rowFractions[i], plan.rowCoefficients + Taps * i);
     return plan;
+}
+
+template <int Taps>
+bool interiorColumnsDouble(const ResizeJob& job, const TapPlan<Taps>& plan) {
+    const int32_t left = plan.columns.first();
+    const float* fractions = plan.columnFractions + left;
+    return axisShape(job.columns + left, plan.interiorWidth, plan.pixelStride,
+                     [fractions](int32_t j) { return quartersOf(fractions[j]); }) == AxisShape::Double;
 }
 
 // The ring names the cached rows A, B, ... for source rows r - Taps / 2 + 1
@@ -141,6 +150,8 @@ int32_t truncFloatToInt32(float v) {
 
 template TapPlan<4> planTapFilter<4>(const ResizeJob&, const TapAlignment&, TapCoefficientsFn);
 template TapPlan<6> planTapFilter<6>(const ResizeJob&, const TapAlignment&, TapCoefficientsFn);
+template bool interiorColumnsDouble<4>(const ResizeJob&, const TapPlan<4>&);
+template bool interiorColumnsDouble<6>(const ResizeJob&, const TapPlan<6>&);
 template void runTapInterior<4, uint8_t>(const ResizeJob&, const TapPlan<4>&, TapRowFn<uint8_t>,
                                          TapBlendFn<uint8_t>);
 template void runTapInterior<4, uint16_t>(const ResizeJob&, const TapPlan<4>&, TapRowFn<uint16_t>,

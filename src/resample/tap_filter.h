@@ -75,6 +75,12 @@ template <int Taps>
 TapPlan<Taps> planTapFilter(const ResizeJob& job, const TapAlignment& alignment,
                             TapCoefficientsFn coefficients);
 
+// True if the interior's columns double the source: fractions 3/4 and 1/4
+// in turn (axis_shape.h), so that two sets of coefficients serve every
+// column and the taps of neighbouring columns lie side by side.
+template <int Taps>
+bool interiorColumnsDouble(const ResizeJob& job, const TapPlan<Taps>& plan);
+
 // The interior: each needed source row interpolated across once into the ring
 // of Taps cached rows, then the cached rows blended into each target row.
 template <int Taps, class T>

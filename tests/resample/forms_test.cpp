@@ -354,6 +354,38 @@ void checkLinearFastPaths(int32_t n) {
     }, 140, sizeof(T));
 }
 
+// One-channel rows whose columns double the source from either phase: the
+// first column at 3/4 or at 1/4 of a pixel, each column with the
+// coefficients of its fraction; the row holds exactly the taps read.
+template <class T, int Taps>
+void checkDoublingRows(const KernelTable<TapRowFn<T>>& table, void (*coefficients)(float, float*)) {
+    checkForms(table, [&](Rng& rng, int32_t width) {
+        std::vector<int32_t> columns;
+        std::vector<float> c;
+        int32_t k = Taps / 2 - 1 + rng.uniform(0, 2);
+        float f = rng.uniform(0, 1) ? 0.75f : 0.25f;
+        for (int32_t j = 0; j < width; ++j) {
+            columns.push_back(k);
+            c.resize(c.size() + Taps);
+            coefficients(f, c.data() + c.size() - Taps);
+            k += f == 0.75f;
+            f = 1.0f - f;
+        }
+        const RandomRow<T> row(rng, size_t(columns.back() + Taps / 2 + 1));
+        return std::pair{std::vector<uint8_t>(size_t(width) * 4), [=](TapRowFn<T> fn, uint8_t* out) {
+                             fn(row.data(), columns.data(), c.data(), reinterpret_cast<float*>(out), width);
+                         }};
+    }, 140, 4);
+}
+
+TEST(ResampleForms, DoublingRows) {
+    const auto cubic = [](float f, float* c) { cubicCoefficients(INTER_CUBIC_B05C03, f, c); };
+    checkDoublingRows<uint8_t, 4>(cubicDoubleRow8uTable(), cubic);
+    checkDoublingRows<uint16_t, 4>(cubicDoubleRow16uTable(), cubic);
+    checkDoublingRows<uint8_t, 6>(lanczosDoubleRow8uTable(), &ownLanczosCoefficients);
+    checkDoublingRows<uint16_t, 6>(lanczosDoubleRow16uTable(), &ownLanczosCoefficients);
+}
+
 // Rows of exactly the pixels the target reads: every other one up to pixel
 // 2 (width - 1), or each twice up to pixel (width - 1 + phase) / 2.
 template <class T>
