@@ -278,6 +278,7 @@ const KernelTable<TapBlendFn<uint8_t>>& cubicBlend8uTable() {
         {"scalar", Isa::Scalar, &cubicBlendScalar<uint8_t>},
 #if MORVA_X86_64
             {"sse2", Isa::Sse2, &cubicBlend8uSse2}, {"avx2", Isa::Avx2, &cubicBlend8uAvx2},
+            {"avx512", Isa::Avx512, &cubicBlend8uAvx512},
 #endif
     };
     return table;
@@ -288,6 +289,7 @@ const KernelTable<TapBlendFn<uint16_t>>& cubicBlend16uTable() {
         {"scalar", Isa::Scalar, &cubicBlendScalar<uint16_t>},
 #if MORVA_X86_64
             {"sse2", Isa::Sse2, &cubicBlend16uSse2}, {"avx2", Isa::Avx2, &cubicBlend16uAvx2},
+            {"avx512", Isa::Avx512, &cubicBlend16uAvx512},
 #endif
     };
     return table;

@@ -14,6 +14,8 @@ TapBlend<uint16_t> cubicBlend16uSse2;
 TapRow<uint8_t> cubicRow8uC1Avx2, cubicRow8uC4Avx2;
 TapBlend<uint8_t> cubicBlend8uAvx2;
 TapBlend<uint16_t> cubicBlend16uAvx2;
+TapBlend<uint8_t> cubicBlend8uAvx512;
+TapBlend<uint16_t> cubicBlend16uAvx512;
 // One channel, columns that double the source.
 TapRow<uint8_t> cubicDoubleRow8uAvx2, cubicDoubleRow8uAvx512;
 TapRow<uint16_t> cubicDoubleRow16uAvx2, cubicDoubleRow16uAvx512;

@@ -227,6 +227,7 @@ const KernelTable<TapBlendFn<uint8_t>>& lanczosBlend8uTable() {
         {"scalar", Isa::Scalar, &lanczosBlendScalar<uint8_t>},
 #if MORVA_X86_64
             {"sse2", Isa::Sse2, &lanczosBlend8uSse2}, {"avx2", Isa::Avx2, &lanczosBlend8uAvx2},
+            {"avx512", Isa::Avx512, &lanczosBlend8uAvx512},
 #endif
     };
     return table;
@@ -237,6 +238,7 @@ const KernelTable<TapBlendFn<uint16_t>>& lanczosBlend16uTable() {
         {"scalar", Isa::Scalar, &lanczosBlendScalar<uint16_t>},
 #if MORVA_X86_64
             {"sse2", Isa::Sse2, &lanczosBlend16uSse2}, {"avx2", Isa::Avx2, &lanczosBlend16uAvx2},
+            {"avx512", Isa::Avx512, &lanczosBlend16uAvx512},
 #endif
     };
     return table;

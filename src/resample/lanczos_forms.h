@@ -18,6 +18,8 @@ TapBlend<uint16_t> lanczosBlend16uSse2;
 TapRow<uint8_t> lanczosRow8uC1Avx2, lanczosRow8uC4Avx2;
 TapBlend<uint8_t> lanczosBlend8uAvx2;
 TapBlend<uint16_t> lanczosBlend16uAvx2;
+TapBlend<uint8_t> lanczosBlend8uAvx512;
+TapBlend<uint16_t> lanczosBlend16uAvx512;
 // One channel, columns that double the source.
 TapRow<uint8_t> lanczosDoubleRow8uAvx2, lanczosDoubleRow8uAvx512;
 TapRow<uint16_t> lanczosDoubleRow16uAvx2, lanczosDoubleRow16uAvx512;
