@@ -49,6 +49,9 @@ void linearVertical16uScalar(const uint16_t* upper, const uint16_t* lower, uint1
 template void linearBoxScalar<uint8_t, 1>(const uint8_t*, const uint8_t*, uint8_t*, int32_t);
 template void linearDoubleScalar<uint8_t, 1>(const uint8_t*, const uint8_t*, int32_t, int32_t,
                                              uint8_t*, int32_t);
+template void linearBoxScalar<uint16_t, 1>(const uint16_t*, const uint16_t*, uint16_t*, int32_t);
+template void linearDoubleScalar<uint16_t, 1>(const uint16_t*, const uint16_t*, int32_t, int32_t,
+                                              uint16_t*, int32_t);
 
 const KernelTable<LinearBoxFn<uint8_t>>& linearBox8uTable(int32_t channels) {
     static const KernelTable<LinearBoxFn<uint8_t>> c1{
@@ -65,7 +68,14 @@ const KernelTable<LinearBoxFn<uint8_t>>& linearBox8uTable(int32_t channels) {
 }
 
 const KernelTable<LinearBoxFn<uint16_t>>& linearBox16uTable(int32_t channels) {
-    static const KernelTable<LinearBoxFn<uint16_t>> c1{{"scalar", Isa::Scalar, &linearBoxScalar<uint16_t, 1>}};
+    static const KernelTable<LinearBoxFn<uint16_t>> c1{
+        {"scalar", Isa::Scalar, &linearBoxScalar<uint16_t, 1>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &linearBox16uC1Sse2},
+        {"avx2", Isa::Avx2, &linearBox16uC1Avx2},
+        {"avx512", Isa::Avx512, &linearBox16uC1Avx512},
+#endif
+    };
     static const KernelTable<LinearBoxFn<uint16_t>> c3{{"scalar", Isa::Scalar, &linearBoxScalar<uint16_t, 3>}};
     static const KernelTable<LinearBoxFn<uint16_t>> c4{{"scalar", Isa::Scalar, &linearBoxScalar<uint16_t, 4>}};
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
@@ -86,7 +96,14 @@ const KernelTable<LinearDoubleFn<uint8_t>>& linearDouble8uTable(int32_t channels
 }
 
 const KernelTable<LinearDoubleFn<uint16_t>>& linearDouble16uTable(int32_t channels) {
-    static const KernelTable<LinearDoubleFn<uint16_t>> c1{{"scalar", Isa::Scalar, &linearDoubleScalar<uint16_t, 1>}};
+    static const KernelTable<LinearDoubleFn<uint16_t>> c1{
+        {"scalar", Isa::Scalar, &linearDoubleScalar<uint16_t, 1>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &linearDouble16uC1Sse2},
+        {"avx2", Isa::Avx2, &linearDouble16uC1Avx2},
+        {"avx512", Isa::Avx512, &linearDouble16uC1Avx512},
+#endif
+    };
     static const KernelTable<LinearDoubleFn<uint16_t>> c3{{"scalar", Isa::Scalar, &linearDoubleScalar<uint16_t, 3>}};
     static const KernelTable<LinearDoubleFn<uint16_t>> c4{{"scalar", Isa::Scalar, &linearDoubleScalar<uint16_t, 4>}};
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);

@@ -19,6 +19,8 @@ LinearVertical16u linearVertical16uScalar;
 LinearBox<uint8_t> linearBox8uC1Sse2, linearBox8uC1Avx2, linearBox8uC1Avx512;
 LinearDouble<uint8_t> linearDouble8uC1Sse2, linearDouble8uC1Avx2, linearDouble8uC1Avx512;
 LinearVertical8u linearVertical8uSse2, linearVertical8uAvx2, linearVertical8uAvx512;
+LinearBox<uint16_t> linearBox16uC1Sse2, linearBox16uC1Avx2, linearBox16uC1Avx512;
+LinearDouble<uint16_t> linearDouble16uC1Sse2, linearDouble16uC1Avx2, linearDouble16uC1Avx512;
 #endif
 
 }  // namespace morva

@@ -9,6 +9,7 @@
 
 #include "resample/linear_fast_paths_forms.h"
 #include "resample/x86/u16_lanes.h"
+#include "resample/x86/u32_lanes.h"
 
 #if MORVA_X86_64
 namespace morva {
@@ -59,6 +60,45 @@ void linearDouble8uC1(const uint8_t* upper, const uint8_t* lower, int32_t rowQua
     });
     if (width % 2)
         linearDoubleScalar<uint8_t, 1>(upper + pairs, lower + pairs, rowQuarters, 3, dst + 2 * pairs, 1);
+}
+
+template <class L>
+void linearBox16uC1(const uint16_t* upper, const uint16_t* lower, uint16_t* dst, int32_t width) {
+    if (width < L::kLanes) return linearBoxScalar<uint16_t, 1>(upper, lower, dst, width);
+    const auto pairSums = [](const uint16_t* p) {
+        const auto x = L::loadPairs(p);
+        return L::add(L::lowWords(x), L::template shiftRight<16>(x));
+    };
+    blocksOver(width, L::kLanes, [&](int32_t j) {
+        const auto sum = L::add(L::add(pairSums(upper + 2 * j), pairSums(lower + 2 * j)), L::set(2));
+        L::storeWords(dst + j, L::template shiftRight<2>(sum));
+    });
+}
+
+template <class L>
+void linearDouble16uC1(const uint16_t* upper, const uint16_t* lower, int32_t rowQuarters, int32_t firstQuarters,
+                       uint16_t* dst, int32_t width) {
+    if (firstQuarters == 1 && width > 0) {
+        linearDoubleScalar<uint16_t, 1>(upper, lower, rowQuarters, 1, dst, 1);
+        ++dst;
+        --width;
+    }
+    const int32_t pairs = width / 2;
+    if (pairs < L::kLanes) return linearDoubleScalar<uint16_t, 1>(upper, lower, rowQuarters, 3, dst, width);
+    const auto three = [](auto v) { return L::add(L::add(v, v), v); };
+    // (4 - r) a + r b for r of 1 or 3, without a 32-bit multiply (SSE2 has none).
+    const auto down = [&](int32_t m) {
+        const auto a = L::loadWords(upper + m), b = L::loadWords(lower + m);
+        return rowQuarters == 1 ? L::add(three(a), b) : L::add(a, three(b));
+    };
+    const auto eight = L::set(8);
+    blocksOver(pairs, L::kLanes, [&](int32_t m) {
+        const auto v0 = down(m), v1 = three(down(m + 1)), v2 = down(m + 2);
+        L::storeInterleavedWords(dst + 2 * m, L::template shiftRight<4>(L::add(L::add(v0, v1), eight)),
+                                 L::template shiftRight<4>(L::add(L::add(v1, v2), eight)));
+    });
+    if (width % 2)
+        linearDoubleScalar<uint16_t, 1>(upper + pairs, lower + pairs, rowQuarters, 3, dst + 2 * pairs, 1);
 }
 
 template <class L>
