@@ -6,6 +6,8 @@
 #   ./build.sh demo       build and compose the built-in demo into morva-demo.png
 #   ./build.sh bench      build and run the benchmarks
 #   ./build.sh bench-python   the Python package beside OpenCV's cv2 (bench/python_vs_cv2.py)
+#   ./build.sh bench-peers    install libyuv, OpenCV and swscale, build and run the comparison
+#                             with them (bench/peers/; arguments go to the program)
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -13,6 +15,8 @@ packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libpng-
 # The Python package and its tests (python/), built and run by `test`.
 python_packages=(python3-dev python3-numpy python3-pybind11 python3-pytest python3-hypothesis
                  python3-dask python3-distributed)
+# The peers of the comparison: large, so only bench-peers installs them.
+peer_packages=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libswscale-dev libavutil-dev)
 
 install_missing_packages() {  # extra packages...
     local missing=()
@@ -44,6 +48,7 @@ command=${1:-test}
 case "$command" in
 test) install_missing_packages "${python_packages[@]}" ;;
 bench-python) install_missing_packages "${python_packages[@]}" python3-opencv ;;
+bench-peers) install_missing_packages "${peer_packages[@]}" ;;
 *) install_missing_packages ;;
 esac
 case "$command" in
@@ -72,8 +77,15 @@ bench-python)
     shift || true
     PYTHONPATH=build/python /usr/bin/python3 bench/python_vs_cv2.py "$@"
     ;;
+bench-peers)
+    # Only the comparison program: the peers are found at configure time.
+    cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMORVA_BUILD_BENCH=ON
+    cmake --build build -j "$jobs" --target morva_peers
+    shift || true
+    build/bench/peers/morva_peers "$@"
+    ;;
 *)
-    echo "usage: $0 test|sanitize|demo|bench|bench-python" >&2
+    echo "usage: $0 test|sanitize|demo|bench|bench-python|bench-peers" >&2
     exit 2
     ;;
 esac
