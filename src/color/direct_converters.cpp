@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "color/direct_converters_forms.h"
 #include "kernels/memory.h"
 
 namespace morva {
@@ -15,14 +16,13 @@ uint8_t* rowOf(uint8_t* base, int32_t step, int32_t row) { return base + std::pt
 
 // Calls pixel(src, dst) for every pixel of every row.
 template <int SrcBytes, int DstBytes, class Pixel>
-int32_t forEachPixel(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep,
-                     int32_t width, int32_t height, Pixel pixel) {
+void forEachPixel(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
+                  int32_t height, Pixel pixel) {
     for (int32_t r = 0; r < height; ++r) {
         const uint8_t* s = rowOf(src, srcStep, r);
         uint8_t* d = rowOf(dst, dstStep, r);
         for (int32_t x = 0; x < width; ++x) pixel(s + x * SrcBytes, d + x * DstBytes);
     }
-    return 0;
 }
 
 uint16_t readWord(const uint8_t* p) {
@@ -31,46 +31,100 @@ uint16_t readWord(const uint8_t* p) {
     return w;
 }
 
+// Scalar definitions of the pixel converters.
+
+void bgraToBgrScalar(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
+                     int32_t height) {
+    forEachPixel<4, 3>(src, srcStep, dst, dstStep, width, height,
+                       [](const uint8_t* s, uint8_t* d) { std::memcpy(d, s, 3); });
+}
+
+// Alpha comes in as 0, not as opaque.
+void bgrToBgraScalar(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
+                     int32_t height) {
+    forEachPixel<3, 4>(src, srcStep, dst, dstStep, width, height, [](const uint8_t* s, uint8_t* d) {
+        std::memcpy(d, s, 3);
+        d[3] = 0;
+    });
+}
+
 // The fields are shifted into place and masked; the low bits stay zero, so a
 // full field gives 248 (252 for six bits), never 255.
-template <int GreenShift, int GreenMask, int RedShift>
-int32_t widen16(const uint8_t* src, uint8_t* dst, int32_t srcStep, int32_t dstStep, int32_t width,
-                int32_t height) {
-    return forEachPixel<2, 3>(src, srcStep, dst, dstStep, width, height,
-                              [](const uint8_t* s, uint8_t* d) {
-                                  const unsigned w = readWord(s);
-                                  d[0] = uint8_t((w << 3) & 0xF8);
-                                  d[1] = uint8_t((w >> GreenShift) & GreenMask);
-                                  d[2] = uint8_t((w >> RedShift) & 0xF8);
-                              });
+template <const Bgr16Fields& fields>
+void widen16Scalar(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
+                   int32_t height) {
+    forEachPixel<2, 3>(src, srcStep, dst, dstStep, width, height, [](const uint8_t* s, uint8_t* d) {
+        const unsigned w = readWord(s);
+        d[0] = uint8_t((w << 3) & 0xF8);
+        d[1] = uint8_t((w >> fields.greenShift) & fields.greenMask);
+        d[2] = uint8_t((w >> fields.redShift) & 0xF8);
+    });
 }
 
 }  // namespace
 
+const KernelTable<PixelConvertFn>& bgraToBgrTable() {
+    static const KernelTable<PixelConvertFn> table{
+        {"scalar", Isa::Scalar, &bgraToBgrScalar},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &direct::bgraToBgrAvx512},
+#endif
+    };
+    return table;
+}
+
+const KernelTable<PixelConvertFn>& bgrToBgraTable() {
+    static const KernelTable<PixelConvertFn> table{
+        {"scalar", Isa::Scalar, &bgrToBgraScalar},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &direct::bgrToBgraAvx512},
+#endif
+    };
+    return table;
+}
+
+const KernelTable<PixelConvertFn>& bgr555ToBgrTable() {
+    static const KernelTable<PixelConvertFn> table{
+        {"scalar", Isa::Scalar, &widen16Scalar<kBgr555Fields>},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &direct::bgr555ToBgrAvx512},
+#endif
+    };
+    return table;
+}
+
+const KernelTable<PixelConvertFn>& bgr565ToBgrTable() {
+    static const KernelTable<PixelConvertFn> table{
+        {"scalar", Isa::Scalar, &widen16Scalar<kBgr565Fields>},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &direct::bgr565ToBgrAvx512},
+#endif
+    };
+    return table;
+}
+
 int32_t convertBGRAToBGR(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep,
                          int32_t width, int32_t height) {
-    return forEachPixel<4, 3>(src, srcStep, dst, dstStep, width, height,
-                              [](const uint8_t* s, uint8_t* d) { std::memcpy(d, s, 3); });
+    bgraToBgrTable().current()(src, srcStep, dst, dstStep, width, height);
+    return 0;
 }
 
 int32_t convertBGRToBGRA(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep,
                          int32_t width, int32_t height) {
-    // Alpha comes in as 0, not as opaque.
-    return forEachPixel<3, 4>(src, srcStep, dst, dstStep, width, height,
-                              [](const uint8_t* s, uint8_t* d) {
-                                  std::memcpy(d, s, 3);
-                                  d[3] = 0;
-                              });
+    bgrToBgraTable().current()(src, srcStep, dst, dstStep, width, height);
+    return 0;
 }
 
 int32_t convertBGR555ToBGR(const uint8_t* src, uint8_t* dst, int32_t srcStep, int32_t dstStep,
                            int32_t width, int32_t height) {
-    return widen16<2, 0xF8, 7>(src, dst, srcStep, dstStep, width, height);
+    bgr555ToBgrTable().current()(src, srcStep, dst, dstStep, width, height);
+    return 0;
 }
 
 int32_t convertBGR565ToBGR(const uint8_t* src, uint8_t* dst, int32_t srcStep, int32_t dstStep,
                            int32_t width, int32_t height) {
-    return widen16<3, 0xFC, 8>(src, dst, srcStep, dstStep, width, height);
+    bgr565ToBgrTable().current()(src, srcStep, dst, dstStep, width, height);
+    return 0;
 }
 
 // A group of 12 bytes holds 8 pixels: chroma bytes at 0, 2, 4, 6, luma at 1,

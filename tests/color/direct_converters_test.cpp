@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "color/direct_converters.h"
+#include "color/forms_harness.h"
 #include "common/testing.h"
 
 namespace {
@@ -94,5 +95,16 @@ TEST(DirectConverters, PlanarFourOneOneWidensEvenChromaRows) {
     EXPECT_NE(convertY411ToI420(none.steps, none.planes, src, srcSteps, 8, 0), 0);
     EXPECT_EQ(none.u, std::vector<uint8_t>(4, 0xEE));
 }
+
+using morva::testing::ColorForms;
+using morva::testing::FormsCase;
+using morva::testing::formsOf;
+
+INSTANTIATE_TEST_SUITE_P(DirectConverters, ColorForms,
+                         ::testing::Values(FormsCase{"BGRA_BGR", formsOf(bgraToBgrTable()), {{4}}, {{3}}},
+                                           FormsCase{"BGR_BGRA", formsOf(bgrToBgraTable()), {{3}}, {{4}}},
+                                           FormsCase{"BGR555_BGR", formsOf(bgr555ToBgrTable()), {{2}}, {{3}}},
+                                           FormsCase{"BGR565_BGR", formsOf(bgr565ToBgrTable()), {{2}}, {{3}}}),
+                         morva::testing::caseName);
 
 }  // namespace

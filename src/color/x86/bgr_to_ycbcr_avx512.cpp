@@ -31,13 +31,8 @@ MORVA_LANE_INLINE __m512i loadPixels(const uint8_t* p) {
         return _mm512_loadu_si512(p);
     } else {
         static_assert(S == BgrSource::Bgr24);
-        // The 48 bytes alone (a masked load reads nothing behind them), 12 to
-        // each 128-bit lane, then 3 bytes to each pixel's 4.
-        constexpr int8_t kSpread[16] = {0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1};
-        const __m512i bytes = _mm512_maskz_loadu_epi8(0xFFFFFFFFFFFFull, p);
-        const __m512i quads = _mm512_permutexvar_epi32(
-            _mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12), bytes);
-        return _mm512_shuffle_epi8(quads, broadcast128<__m512i>(kSpread));
+        // The 48 bytes alone: a masked load reads nothing behind them.
+        return lanes::spread3To4(_mm512_maskz_loadu_epi8(lanes::firstBytes(48), p));
     }
 }
 

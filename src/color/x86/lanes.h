@@ -193,6 +193,27 @@ MORVA_LANE_INLINE void stream(void* p, __m512i v) { _mm512_stream_si512(static_c
 MORVA_LANE_INLINE __m512i mullo32(__m512i a, __m512i b) { return _mm512_mullo_epi32(a, b); }
 MORVA_LANE_INLINE __m512i shuffle8(__m512i a, __m512i indices) { return _mm512_shuffle_epi8(a, indices); }
 MORVA_LANE_INLINE __m512i blendOdd16(__m512i a, __m512i b) { return _mm512_mask_blend_epi16(0xAAAAAAAA, a, b); }
+
+// 16 pixels of 3 bytes (the register's first 48 bytes) to 4 bytes each, the
+// fourth 0: each 128-bit lane takes 12 bytes, then spreads them.
+MORVA_LANE_INLINE __m512i spread3To4(__m512i bytes) {
+    constexpr int8_t kSpread[16] = {0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1};
+    const __m512i quads =
+        _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12), bytes);
+    return _mm512_shuffle_epi8(quads, broadcast128<__m512i>(kSpread));
+}
+
+// The inverse: 16 pixels of 4 bytes to their first 3 bytes, in the
+// register's first 48 bytes (the rest zero).
+MORVA_LANE_INLINE __m512i compact4To3(__m512i pixels) {
+    constexpr int8_t kCompact[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1};
+    const __m512i lanes = _mm512_shuffle_epi8(pixels, broadcast128<__m512i>(kCompact));
+    return _mm512_maskz_permutexvar_epi32(0x0FFF, _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0),
+                                          lanes);
+}
+
+// A byte mask of the first n (0 to 64) bytes.
+MORVA_LANE_INLINE __mmask64 firstBytes(int n) { return n >= 64 ? ~__mmask64(0) : (__mmask64(1) << n) - 1; }
 #endif
 
 #undef MORVA_LANE_OPS
