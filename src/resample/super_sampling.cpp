@@ -23,9 +23,6 @@
 namespace morva {
 namespace {
 
-// Parts at or below this count as nothing, in both directions.
-constexpr double kSuperNegligible = 1e-7;
-
 // The target columns of one accumulator row in order, from a running column
 // p and the part g of column p that the column before took. Every row has
 // the same columns: they are walked once per call into a schedule that all
@@ -158,27 +155,16 @@ void superReduceFractionalScalar(float* acc, const SuperColumn* columns, int32_t
 
 // ---- The opening ----------------------------------------------------------------
 
-struct SuperOpening {
-    bool whole = true;
-    double coverX = 0.0;      // part of the first column inside target column 0
-    double coverY = 0.0;      // part of the first row inside target row 0
-    int64_t firstRow = 0;     // r0; rows above the image repeat row 0
-    int32_t firstColumn = 0;  // the source column the accumulators start from
-    int32_t columnsRead = 0;  // n
-    int32_t leftExtra = 0;
-    int32_t rightExtra = 0;
-    int32_t columns = 0;      // the accumulator row in pixels: leftExtra + n + rightExtra
-};
-
 // The first sample of an axis: the floor of the start moved 1e-10 away from
 // 0, so that a start just below a positive whole number counts from it.
 double firstSample(double start) {
     return start >= 0.0 ? std::floor(start + 1e-10) : std::floor(start - 1e-10);
 }
 
-// The opening in float64. False where the box is so large that its
-// accumulator row, or its span of rows, leaves the 32-bit range; with the
-// region inside the image that takes factors below about 2^-31.
+}  // namespace
+
+// The opening in float64. With the region inside the image only factors
+// below about 2^-31 leave the 32-bit range.
 bool openSuper(const ResizeArgs& a, SuperOpening& o) {
     o.whole = a.xScale - std::trunc(a.xScale) <= kSuperNegligible &&
               a.yScale - std::trunc(a.yScale) <= kSuperNegligible;
@@ -219,6 +205,8 @@ bool openSuper(const ResizeArgs& a, SuperOpening& o) {
     o.columns = int32_t(columns);
     return true;
 }
+
+namespace {
 
 // ---- The rows ---------------------------------------------------------------------
 
@@ -269,30 +257,16 @@ private:
 
     T* targetRow(int32_t t) const { return dst_ + ptrdiff_t(t) * job_.dstStep; }
 
-    // f is the part of the current row that the target row before took; a
-    // row shared by two target rows is read by both.
+    // A row shared by two target rows is read by both.
     void runFractional() const {
         float* acc = alignUp<float>(job_.freeSpace, 16);
         const SuperAddRowFn<T> add = superAddRowTable<T>().current();
         const SuperStoreRowFn<T, float> store = superStoreRowTable<T, float>().current();
         const ScheduleBlock schedule(a_.xScale, o_.coverX, o_.columns, a_.width);
-        int64_t v = o_.firstRow;
-        double f = 0.0;
+        SuperRowWalk walk(o_, a_.yScale);
         for (int32_t t = 0; t < a_.height; ++t) {
             std::fill(acc, acc + count_, 0.0f);
-            const double w = t == 0 ? o_.coverY : 1.0 - f;
-            double m;
-            if (w > kSuperNegligible) {
-                add(sourceRow(v), acc, count_, w);
-                m = std::floor(a_.yScale - w + kSuperNegligible);
-                f = a_.yScale - w - m;
-                ++v;
-            } else {
-                m = std::floor(a_.yScale);
-                f = a_.yScale - m;
-            }
-            for (int64_t k = 0; k < int64_t(m); ++k, ++v) add(sourceRow(v), acc, count_, 1.0);
-            if (f > kSuperNegligible) add(sourceRow(v), acc, count_, f);
+            walk.next([&](int64_t v, double w) { add(sourceRow(v), acc, count_, w); });
             ownSuperExtendRow(acc, o_.columnsRead, o_.leftExtra, o_.rightExtra, channels_);
             superReduceRow(acc, channels_, o_.columns, a_.width, a_.xScale, o_.coverX,
                            schedule.get());
@@ -305,12 +279,11 @@ private:
         const SuperAddRowWholeFn<T> add = superAddRowWholeTable<T>().current();
         const SuperReduceWholeFn reduce = superReduceWholeTable(channels_).current();
         const SuperStoreRowFn<T, uint32_t> store = superStoreRowTable<T, uint32_t>().current();
-        const int64_t rows = int64_t(std::floor(a_.yScale));
         const int32_t run = int32_t(std::floor(a_.xScale));
-        int64_t v = o_.firstRow;
+        SuperRowWalk walk(o_, a_.yScale);
         for (int32_t t = 0; t < a_.height; ++t) {
             std::fill(acc, acc + count_, 0u);
-            for (int64_t k = 0; k < rows; ++k, ++v) add(sourceRow(v), acc, count_);
+            walk.next([&](int64_t v, double) { add(sourceRow(v), acc, count_); });
             ownSuperExtendRow(acc, o_.columnsRead, o_.leftExtra, o_.rightExtra, channels_);
             reduce(acc, a_.width, run);
             store(acc, targetRow(t), a_.width * channels_, a_.factorProduct);

@@ -3,6 +3,7 @@
 // the part of them inside it. One row of accumulators, no tables.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
 #include "kernels/dispatch.h"
@@ -81,6 +82,45 @@ template <class Acc>
 void ownSuperExtendRow(Acc* acc, int32_t n, int32_t leftExtra, int32_t rightExtra,
                        int32_t channels);
 
+// What the opening works out in float64 before any row: the form, the
+// parts of the first column and row inside the first box, and the columns
+// an accumulator row holds.
+struct SuperOpening {
+    bool whole = true;
+    double coverX = 0.0;      // part of the first column inside target column 0
+    double coverY = 0.0;      // part of the first row inside target row 0
+    int64_t firstRow = 0;     // r0; rows above the image repeat row 0
+    int32_t firstColumn = 0;  // the source column the accumulators start from
+    int32_t columnsRead = 0;  // n
+    int32_t leftExtra = 0;
+    int32_t rightExtra = 0;
+    int32_t columns = 0;      // the accumulator row in pixels: leftExtra + n + rightExtra
+};
+
+// False where the box is so large that its accumulator row, or its span of
+// rows, leaves the 32-bit range.
+bool openSuper(const ResizeArgs& args, SuperOpening& opening);
+
+// The source rows of each target row in turn, with the part of each inside
+// the box, in the order they are added: next(add) calls add(row, weight).
+// Rows are on the box's grid, from the opening's first row; the caller
+// limits them to the image, so that rows above it repeat row 0 and rows
+// below it the last. The whole form adds floor(scale) rows of weight 1.
+class SuperRowWalk {
+public:
+    SuperRowWalk(const SuperOpening& opening, double scale)
+        : scale_(scale), row_(opening.firstRow), head_(opening.coverY), whole_(opening.whole) {}
+
+    template <class Add>
+    void next(Add&& add);
+
+private:
+    double scale_;
+    int64_t row_;   // the current row
+    double head_;   // the part of the current row in the next target row's box
+    bool whole_;
+};
+
 // The family of INTER_SUPER. It lays out no tables: its work buffer holds
 // the accumulator row alone.
 IppStatus resizeSuper(const ResizeJob& job);
@@ -90,5 +130,30 @@ IppStatus resizeSuper(const ResizeJob& job);
 // the region's width, which is short when a target pixel's box reaches far
 // past the region or the image.
 int64_t superSamplingWorkSize(const ResizeArgs& args);
+
+// Parts at or below this count as nothing, in both directions.
+constexpr double kSuperNegligible = 1e-7;
+
+// A part w of the current row, then m whole rows, then the part f left over,
+// which the next target row starts on; f is 1 - (its head part).
+template <class Add>
+void SuperRowWalk::next(Add&& add) {
+    if (whole_) {
+        for (int64_t k = 0; k < int64_t(scale_); ++k) add(row_++, 1.0);
+        return;
+    }
+    const double w = head_;
+    double m;
+    if (w > kSuperNegligible) {
+        add(row_++, w);
+        m = std::floor(scale_ - w + kSuperNegligible);
+    } else {
+        m = std::floor(scale_);
+    }
+    for (int64_t k = 0; k < int64_t(m); ++k) add(row_++, 1.0);
+    const double f = scale_ - (w > kSuperNegligible ? w : 0.0) - m;
+    if (f > kSuperNegligible) add(row_, f);
+    head_ = 1.0 - f;
+}
 
 }  // namespace morva
