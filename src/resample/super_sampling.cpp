@@ -18,6 +18,7 @@
 
 #include "kernels/memory.h"
 #include "resample/resize_common.h"
+#include "resample/super_sampling_exact.h"
 #include "resample/super_sampling_forms.h"
 
 namespace morva {
@@ -210,33 +211,11 @@ namespace {
 
 // ---- The rows ---------------------------------------------------------------------
 
-// The columns of the reduction across are the same in every row: walked
-// once per call into a block from the aligned allocator. Where the block
-// can't be had, get() is null and every row walks its columns itself.
-class ScheduleBlock {
-public:
-    ScheduleBlock(double scale, double cover, int32_t columns, int32_t width) {
-        const int64_t bytes = int64_t(width) * int64_t(sizeof(SuperColumn));
-        if (bytes > INT32_MAX) return;
-        schedule_ = reinterpret_cast<SuperColumn*>(ippsMalloc_8u(int32_t(bytes)));
-        if (schedule_ != nullptr) superColumnSchedule(scale, cover, columns, width, schedule_);
-    }
-    ~ScheduleBlock() { ippsFree(schedule_); }
-    ScheduleBlock(const ScheduleBlock&) = delete;
-    ScheduleBlock& operator=(const ScheduleBlock&) = delete;
-
-    const SuperColumn* get() const { return schedule_; }
-
-private:
-    SuperColumn* schedule_ = nullptr;
-};
-
 template <class T>
 class SuperResize {
 public:
     SuperResize(const ResizeJob& job, const SuperOpening& opening)
-        : job_(job), a_(*job.args), o_(opening), src_(reinterpret_cast<const T*>(a_.src)),
-          dst_(reinterpret_cast<T*>(job.dst)), channels_(a_.nChannels),
+        : job_(job), a_(*job.args), o_(opening), dst_(reinterpret_cast<T*>(job.dst)), channels_(a_.nChannels),
           count_(opening.columnsRead * a_.nChannels) {}
 
     void run() const {
@@ -247,13 +226,7 @@ public:
     }
 
 private:
-    // Source row v of the box's grid, from the first column read. Rows
-    // above the image repeat row 0 (the rows of topExtra), rows below it the
-    // last row (those of bottomExtra): the walk doesn't step beyond either.
-    const T* sourceRow(int64_t v) const {
-        const int64_t row = std::clamp<int64_t>(v, 0, a_.srcHeight - 1);
-        return src_ + row * job_.srcStep + ptrdiff_t(o_.firstColumn) * channels_;
-    }
+    const T* sourceRow(int64_t v) const { return superSourceRow<T>(job_, o_, v); }
 
     T* targetRow(int32_t t) const { return dst_ + ptrdiff_t(t) * job_.dstStep; }
 
@@ -262,7 +235,11 @@ private:
         float* acc = alignUp<float>(job_.freeSpace, 16);
         const SuperAddRowFn<T> add = superAddRowTable<T>().current();
         const SuperStoreRowFn<T, float> store = superStoreRowTable<T, float>().current();
-        const ScheduleBlock schedule(a_.xScale, o_.coverX, o_.columns, a_.width);
+        // The columns across are the same in every row: walked once where
+        // the block can be had, else by every row itself.
+        WorkBlock<SuperColumn> schedule;
+        if (schedule.allocate(a_.width))
+            superColumnSchedule(a_.xScale, o_.coverX, o_.columns, a_.width, schedule.get());
         SuperRowWalk walk(o_, a_.yScale);
         for (int32_t t = 0; t < a_.height; ++t) {
             std::fill(acc, acc + count_, 0.0f);
@@ -293,7 +270,6 @@ private:
     const ResizeJob& job_;
     const ResizeArgs& a_;
     const SuperOpening& o_;
-    const T* src_;
     T* dst_;
     int32_t channels_;
     int32_t count_;  // accumulators a source row fills
@@ -329,6 +305,7 @@ void ownSuperExtendRow(Acc* acc, int32_t n, int32_t leftExtra, int32_t rightExtr
 
 template void ownSuperExtendRow<float>(float*, int32_t, int32_t, int32_t, int32_t);
 template void ownSuperExtendRow<uint32_t>(uint32_t*, int32_t, int32_t, int32_t, int32_t);
+template void ownSuperExtendRow<uint16_t>(uint16_t*, int32_t, int32_t, int32_t, int32_t);
 
 template <class T>
 const KernelTable<SuperAddRowFn<T>>& superAddRowTable() {
@@ -449,6 +426,7 @@ void superReduceRow(float* acc, int32_t channels, int32_t columns, int32_t width
 IppStatus resizeSuper(const ResizeJob& job) {
     SuperOpening opening;
     if (!openSuper(*job.args, opening)) return ippStsSizeErr;
+    if (resizeSuperExact(job, opening)) return ippStsNoErr;
     if (job.args->depth == 0)
         SuperResize<uint8_t>(job, opening).run();
     else

@@ -121,6 +121,16 @@ private:
     bool whole_;
 };
 
+// Source row v of the box's grid from the first column read, limited to the
+// image: rows above it repeat row 0 (the rows of topExtra), rows below it the
+// last row (those of bottomExtra).
+template <class T>
+const T* superSourceRow(const ResizeJob& job, const SuperOpening& opening, int64_t v) {
+    const ResizeArgs& a = *job.args;
+    const int64_t row = v < 0 ? 0 : (v >= a.srcHeight ? a.srcHeight - 1 : v);
+    return reinterpret_cast<const T*>(a.src) + row * job.srcStep + ptrdiff_t(opening.firstColumn) * a.nChannels;
+}
+
 // The family of INTER_SUPER. It lays out no tables: its work buffer holds
 // the accumulator row alone.
 IppStatus resizeSuper(const ResizeJob& job);

@@ -4,6 +4,7 @@
 
 #include "kernels/cpu.h"
 #include "resample/super_sampling.h"
+#include "resample/super_sampling_exact.h"
 
 namespace morva {
 
@@ -28,6 +29,7 @@ SuperReduceWhole superReduceWholeC1Sse2, superReduceWholeC3Sse2, superReduceWhol
 SuperReduceWhole superReduceWholeC1Avx2;
 SuperReduceFractional superReduceFractionalC3Sse2, superReduceFractionalC4Sse2;
 SuperReduceFractional superReduceFractionalC4Avx2;
+SuperBox superBoxAvx512;
 #endif
 
 }  // namespace morva

@@ -11,7 +11,7 @@
 #include "morva.h"
 #include "resample/yuv422_kernels.h"
 #include "resample/yuv422_tables.h"
-#include "resample/yuv422_work.h"
+#include "resample/work_block.h"
 
 namespace morva {
 namespace {

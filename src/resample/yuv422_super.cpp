@@ -14,7 +14,7 @@
 
 #include "kernels/memory.h"
 #include "resample/yuv422_kernels.h"
-#include "resample/yuv422_work.h"
+#include "resample/work_block.h"
 
 namespace morva {
 namespace {

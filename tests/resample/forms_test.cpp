@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "resample/linear_fast_paths.h"
 #include "resample/nearest.h"
 #include "resample/super_sampling.h"
+#include "resample/super_sampling_exact.h"
 #include "resample_testing.h"
 
 namespace morva::testing {
@@ -249,6 +251,62 @@ TEST(ResampleForms, SuperSamplingRows) {
                                  fn(reinterpret_cast<float*>(out), schedule.data(), 0, width);
                              }};
         }, 70, 4);
+    }
+}
+
+// A reduction whose parts are whole numbers of halves, quarters or 16ths,
+// from a start on a sample or inside one, and the plan of its whole numbers.
+struct WholeNumberCase {
+    ResizeArgs args;
+    SuperOpening opening;
+    std::shared_ptr<SuperBoxPlan> plan = std::make_shared<SuperBoxPlan>();
+
+    static WholeNumberCase draw(Rng& rng, int32_t width, int32_t channels) {
+        constexpr double kScales[] = {2, 3, 4, 1.5, 1.25, 2.5, 1.0625, 16};
+        constexpr double kStarts[] = {0, 0, 0.5, 0.25};
+        for (;;) {
+            WholeNumberCase c;
+            ResizeArgs& a = c.args;
+            a.xScale = kScales[rng.uniform(0, 7)];
+            a.yScale = kScales[rng.uniform(0, 7)];
+            a.width = width;
+            a.height = rng.uniform(1, 6);
+            a.xOffset = kStarts[rng.uniform(0, 3)];
+            a.yOffset = kStarts[rng.uniform(0, 3)];
+            a.srcWidth = int32_t(std::ceil(width * a.xScale + a.xOffset)) + rng.uniform(0, 3);
+            a.srcHeight = int32_t(std::ceil(a.height * a.yScale + a.yOffset)) + rng.uniform(0, 3);
+            a.nChannels = a.nProcessed = channels;
+            a.factorProduct = (1 / a.xScale) * (1 / a.yScale);
+            if (openSuper(a, c.opening) && c.plan->make(a, c.opening)) return c;
+        }
+    }
+};
+
+// A target row of each plan over rows of extremes, the row's source rows as
+// the walk gives them.
+TEST(ResampleForms, SuperSamplingInWholeNumbers) {
+    for (int32_t n : kChannels) {
+        SCOPED_TRACE("channels " + std::to_string(n));
+        checkForms(superBoxTable(), [n](Rng& rng, int32_t width) {
+            const WholeNumberCase c = WholeNumberCase::draw(rng, width, n);
+            const auto src = std::make_shared<RandomRow<uint8_t>>(rng, size_t(c.args.srcWidth) * n * c.args.srcHeight);
+            SuperRowWalk walk(c.opening, c.args.yScale);
+            std::vector<const uint8_t*> rows;
+            std::vector<uint16_t> weights;
+            for (int32_t t = rng.uniform(0, c.args.height - 1); t >= 0; --t) {
+                rows.clear();
+                weights.clear();
+                walk.next([&](int64_t v, double w) {
+                    rows.push_back(src->data() + std::clamp<int64_t>(v, 0, c.args.srcHeight - 1) * c.args.srcWidth * n +
+                                   c.opening.firstColumn * n);
+                    weights.push_back(c.plan->rowWeight(w));
+                });
+            }
+            return std::pair{std::vector<uint8_t>(size_t(width) * n), [=](SuperBoxFn fn, uint8_t* out) {
+                                 fn(rows.data(), weights.data(), int32_t(rows.size()), c.plan->columns(), out);
+                                 (void)src;
+                             }};
+        });
     }
 }
 

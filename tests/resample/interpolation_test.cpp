@@ -10,6 +10,7 @@
 #include "resample/cubic.h"
 #include "resample/lanczos.h"
 #include "resample/super_sampling.h"
+#include "resample/super_sampling_exact.h"
 #include "resize_model.h"
 
 namespace morva::testing {
@@ -241,6 +242,40 @@ INSTANTIATE_TEST_SUITE_P(Ids, ResizeRandomGeometry,
                                            INTER_CUBIC_CATMULLROM, INTER_CUBIC_B05C03, INTER_LANCZOS, INTER_SUPER,
                                            INTER_LINEAR | kAntialias, INTER_CUBIC | kAntialias,
                                            INTER_LANCZOS | kAntialias));
+
+// Reductions whose parts are whole numbers of halves and quarters, on
+// sources wide enough for many blocks of the whole-number path, most of them
+// from a region corner on a sample: the bytes the model of the float32
+// definition gives, at both slots.
+TEST(ResizeKernels, SuperSamplingInWholeNumbersMatchesTheModel) {
+    MORVA_SEED_TRACE();
+    ResizeSettingsGuard restore;
+    Rng rng{8};
+    constexpr double kFactors[] = {0.5, 1 / 3.0, 0.25, 2 / 3.0, 0.8, 0.4};
+    int planned = 0;
+    for (int n = 0; n < 100 && !HasFailure(); ++n) {
+        RandomResize r = RandomResize::draw(rng, 40);
+        r.srcWidth = rng.uniform(1, 300);
+        r.srcRoi = {0, 0, r.srcWidth, r.srcHeight};
+        r.xFactor = kFactors[rng.uniform(0, 5)];
+        r.yFactor = kFactors[rng.uniform(0, 5)];
+        r.dstWidth = int32_t(r.srcWidth * r.xFactor) + rng.uniform(1, 4);
+        r.dstRoi = {rng.uniform(0, 3) == 0, 0, r.dstWidth - 1, r.dstHeight};
+        r.xShift = r.dstRoi.x + (rng.uniform(0, 3) == 0 ? 0.5 * r.xFactor : 0.0);
+        r.yShift = rng.uniform(0, 3) == 0 ? 0.25 * r.yFactor : 0.0;
+        const int32_t channels = n % 3 == 0 ? 1 : (n % 3 == 1 ? 3 : 4);
+        checkRandomResize<uint8_t>(r, channels, INTER_SUPER, rng);
+        ResizeGeometry g;
+        SuperOpening opening;
+        SuperBoxPlan plan;
+        if (geometryOf({r.srcWidth, r.srcHeight}, r.srcRoi, r.dstRoi, r.xFactor, r.yFactor, r.xShift, r.yShift,
+                       INTER_SUPER, g) != ippStsNoErr)
+            continue;
+        const ResizeArgs args = argsFromGeometry(g, {r.srcWidth, r.srcHeight}, channels);
+        planned += openSuper(args, opening) && plan.make(args, opening);
+    }
+    EXPECT_GT(planned, 40);
+}
 
 }  // namespace
 }  // namespace morva::testing

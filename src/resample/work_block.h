@@ -1,5 +1,6 @@
-// Work blocks of the packed 4:2:2 resize: each table and row buffer is a
-// block of its own from the aligned allocator, released on every way out.
+// Work blocks of the resampling paths that allocate their own tables and row
+// buffers: each a block of its own from the aligned allocator, released on
+// every way out.
 #pragma once
 
 #include <cstdint>
@@ -12,13 +13,16 @@ namespace morva {
 template <class T>
 class WorkBlock {
 public:
-    // Allocates unless an earlier block of the call failed (ok false). A
-    // block the allocator can't give, or whose size in bytes would not fit
-    // its 32-bit length, sets ok to false.
-    WorkBlock(int64_t count, bool& ok) {
-        if (!ok) return;
-        ok = false;
-        if (count < 1 || count > std::numeric_limits<int32_t>::max() / int64_t(sizeof(T))) return;
+    WorkBlock() = default;
+    // Allocates unless an earlier block of the call failed (ok false).
+    WorkBlock(int64_t count, bool& ok) { ok = ok && allocate(count); }
+
+    // False where the allocator can't give the block, or its size in bytes
+    // would not fit its 32-bit length.
+    bool allocate(int64_t count) {
+        ippsFree(data_);
+        data_ = nullptr;
+        if (count < 1 || count > std::numeric_limits<int32_t>::max() / int64_t(sizeof(T))) return false;
         const int32_t n = static_cast<int32_t>(count);
         if constexpr (sizeof(T) == 4)
             data_ = reinterpret_cast<T*>(ippsMalloc_32s(n));
@@ -26,7 +30,7 @@ public:
             data_ = reinterpret_cast<T*>(ippsMalloc_16s(n));
         else
             data_ = reinterpret_cast<T*>(ippsMalloc_8u(n * int32_t(sizeof(T))));
-        ok = data_ != nullptr;
+        return data_ != nullptr;
     }
     ~WorkBlock() { ippsFree(data_); }
     WorkBlock(const WorkBlock&) = delete;

@@ -1,0 +1,282 @@
+// Super-sampling in whole numbers: the plan that proves a call's arithmetic
+// exact, the scalar definition of a target row, and the rows.
+#include "resample/super_sampling_exact.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "resample/resize_common.h"
+#include "resample/super_sampling_forms.h"
+
+namespace morva {
+namespace {
+
+constexpr int kMaxBits = 8;         // parts in 256ths at the finest
+constexpr int32_t kMaxRows = 32;    // source rows a box adds
+constexpr int32_t kNarrowSpan = 64; // sums one block reads in the narrow lanes
+constexpr int32_t kWideSpan = 128;
+
+// w * 2^bits, exact for the few bits here.
+double scaled(double w, int bits) { return w * double(1 << bits); }
+
+// The bits below the point of a part (at most 1 here), or -1 beyond kMaxBits.
+int fractionBits(double w) {
+    for (int bits = 0; bits <= kMaxBits; ++bits)
+        if (scaled(w, bits) == double(int32_t(scaled(w, bits)))) return bits;
+    return -1;
+}
+
+// The parts of one axis's boxes taken together: the finest, the heaviest box
+// and the most parts in a box. Sums of parts with few bits are exact.
+class AxisParts {
+public:
+    void add(double w) {
+        const int bits = fractionBits(w);
+        exact_ = exact_ && bits >= 0;
+        bits_ = std::max(bits_, bits);
+        box_ += w;
+        ++parts_;
+    }
+    void endBox() {
+        heaviest_ = std::max(heaviest_, box_);
+        most_ = std::max(most_, parts_);
+        box_ = 0.0;
+        parts_ = 0;
+    }
+    bool exact() const { return exact_; }
+    int bits() const { return bits_; }
+    int32_t most() const { return most_; }
+    // The heaviest box in whole weights, or a value beyond 16 bits.
+    int64_t heaviest() const { return int64_t(std::min(scaled(heaviest_, bits_), 1e9)); }
+
+private:
+    bool exact_ = true;
+    int bits_ = 0;
+    double box_ = 0.0, heaviest_ = 0.0;
+    int32_t parts_ = 0, most_ = 0;
+};
+
+// The columns of each target column in turn, from the schedule of the
+// fractional form or the runs of the whole form: visit(c, first, parts, n)
+// with the parts of columns first .. first + n - 1. False where a box has
+// more than `maxParts` parts or they don't lie side by side.
+template <class Visit>
+bool forEachColumnBox(const SuperColumn* schedule, int32_t wholeRun, int32_t width, int32_t maxParts,
+                      Visit&& visit) {
+    double parts[64];
+    maxParts = std::min<int32_t>(maxParts, 64);
+    for (int32_t c = 0; c < width; ++c) {
+        int32_t n = 0, first;
+        if (schedule == nullptr) {
+            if (wholeRun > maxParts) return false;
+            first = c * wholeRun;
+            for (; n < wholeRun; ++n) parts[n] = 1.0;
+        } else {
+            const SuperColumn& s = schedule[c];
+            if (s.hasHead + s.run + s.hasTail > maxParts) return false;
+            first = s.hasHead ? s.headColumn : (s.run > 0 ? s.runStart : s.tailColumn);
+            if (s.hasHead) parts[n++] = s.head;
+            if (s.run > 0 && s.runStart != first + n) return false;
+            for (int32_t k = 0; k < s.run; ++k) parts[n++] = 1.0;
+            if (s.hasTail && s.tailColumn != first + n) return false;
+            if (s.hasTail) parts[n++] = s.tail;
+        }
+        visit(c, first, parts, n);
+    }
+    return true;
+}
+
+// ---- Scalar definitions ----------------------------------------------------------
+
+void superBoxScalar(const uint8_t* const* rows, const uint16_t* weights, int32_t rowCount,
+                    const SuperBoxColumns& p, uint8_t* dst) {
+    const auto sum = [&](int32_t r) {
+        uint32_t s = 0;
+        for (int32_t k = 0; k < rowCount; ++k) s += uint32_t(weights[k]) * rows[k][r];
+        return s;
+    };
+    for (int32_t b = 0; b < p.blocks; ++b) {
+        const uint16_t* lanes = p.lanes + b * p.laneStride;
+        const int32_t first = b * kSuperBoxLanes;
+        for (int32_t l = 0; l < kSuperBoxLanes && first + l < p.count; ++l) {
+            uint32_t s = 0;
+            for (int32_t t = 0; t < p.taps; ++t) {
+                const uint16_t* tap = lanes + t * 2 * kSuperBoxLanes;
+                if (tap[kSuperBoxLanes + l] != 0) s += tap[kSuperBoxLanes + l] * sum(p.bases[b] + tap[l]);
+            }
+            dst[first + l] = uint8_t(std::min<uint32_t>((((s + p.round) * p.multiplier) >> 16) >> p.shift, 255));
+        }
+    }
+}
+
+}  // namespace
+
+const KernelTable<SuperBoxFn>& superBoxTable() {
+    static const KernelTable<SuperBoxFn> table{
+        {"scalar", Isa::Scalar, &superBoxScalar},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &superBoxAvx512},
+#endif
+    };
+    return table;
+}
+
+// ---- The plan --------------------------------------------------------------------
+
+bool SuperBoxPlan::make(const ResizeArgs& a, const SuperOpening& o) {
+    if (a.depth != 0 || o.leftExtra != 0 || o.rightExtra != 0) return false;
+    AxisParts down;
+    SuperRowWalk walk(o, a.yScale);
+    for (int32_t t = 0; t < a.height && down.exact(); ++t) {
+        walk.next([&](int64_t, double w) { down.add(w); });
+        down.endBox();
+    }
+    if (!down.exact() || down.most() > kMaxRows || 255 * down.heaviest() > 65535) return false;
+    rowBits_ = down.bits();
+    largestRowSum_ = int32_t(255 * down.heaviest());
+    columns_.rowSamples = o.columnsRead * a.nChannels;
+    return planColumns(a, o) && planConversion(a.factorProduct) && planLanes(a.nChannels);
+}
+
+uint16_t SuperBoxPlan::rowWeight(double w) const { return uint16_t(scaled(w, rowBits_)); }
+
+bool SuperBoxPlan::planColumns(const ResizeArgs& a, const SuperOpening& o) {
+    width_ = a.width;
+    WorkBlock<SuperColumn> schedule;
+    if (!o.whole) {
+        if (!schedule.allocate(width_)) return false;
+        superColumnSchedule(a.xScale, o.coverX, o.columns, width_, schedule.get());
+    }
+    const int32_t wholeRun = o.whole ? int32_t(std::min(std::floor(a.xScale), 1e9)) : 0;
+    AxisParts across;
+    const bool sideBySide =
+        forEachColumnBox(schedule.get(), wholeRun, width_, kMaxTaps, [&](int32_t, int32_t, const double* parts, int32_t n) {
+            for (int32_t k = 0; k < n; ++k) across.add(parts[k]);
+            across.endBox();
+        });
+    if (!sideBySide || !across.exact() || across.heaviest() * largestRowSum_ > 65535) return false;
+    columnBits_ = across.bits();
+    largestColumnSum_ = int32_t(across.heaviest());
+    columns_.taps = across.most();
+    columns_.unitWeights = columnBits_ == 0 && wholeRun > 0;
+    const int32_t taps = columns_.taps;
+    if (!firstColumn_.allocate(width_) || !columnWeights_.allocate(int64_t(width_) * taps)) return false;
+    forEachColumnBox(schedule.get(), wholeRun, width_, kMaxTaps, [&](int32_t c, int32_t first, const double* parts, int32_t n) {
+        firstColumn_.get()[c] = first;
+        uint16_t* weights = columnWeights_.get() + int64_t(c) * taps;
+        for (int32_t k = 0; k < taps; ++k) weights[k] = k < n ? uint16_t(scaled(parts[k], columnBits_)) : 0;
+    });
+    return true;
+}
+
+// The defined conversion of every sum S that can occur,
+// trunc(S * 2^-(a + b) * factorProduct + 0.5) to its low byte, must equal
+// min((((S + round) * multiplier) >> 16) >> shift, 255) for one of a few
+// candidates around the nominal ones; the shift gives the multiplier all
+// 16 bits.
+bool SuperBoxPlan::planConversion(double factorProduct) {
+    const int32_t largest = largestRowSum_ * largestColumnSum_;
+    const int scaleBits = rowBits_ + columnBits_;
+    WorkBlock<uint8_t> defined;
+    if (!defined.allocate(largest + 1)) return false;
+    const double unit = 1.0 / double(1 << scaleBits);  // what S = 1 stands for, exactly
+    for (int32_t s = 0; s <= largest; ++s)
+        defined.get()[s] = uint8_t(truncToInt32(double(s) * unit * factorProduct + 0.5));
+    const double perSum = factorProduct * unit;
+    if (!(perSum > 1.0 / 65536 && perSum < 1.0)) return false;
+    int shift = 0;
+    while (shift < 15 && perSum * double(1 << (17 + shift)) <= 65535.0) ++shift;
+    const int64_t multiplier = int64_t(perSum * double(1 << (16 + shift))), round = int64_t(0.5 / perSum);
+    for (int64_t m = multiplier - 1; m <= multiplier + 2; ++m)
+        for (int64_t r = std::max<int64_t>(round - 2, 0); r <= round + 2; ++r) {
+            if (m < 1 || m > 65535 || largest + r > 65535) continue;
+            int32_t s = 0;
+            while (s <= largest && std::min<int64_t>(((s + r) * m) >> (16 + shift), 255) == defined.get()[s]) ++s;
+            if (s > largest) {
+                columns_.round = uint16_t(r);
+                columns_.multiplier = uint16_t(m);
+                columns_.shift = uint16_t(shift);
+                return true;
+            }
+        }
+    return false;
+}
+
+// Lane l of block b is target sample k = 32b + l, sample k % n of column
+// k / n; its tap t reads the sum of source column first + t. The block's base
+// is the lowest sum a weighed tap reads; lanes behind the row and taps of
+// weight 0 read the base.
+bool SuperBoxPlan::planLanes(int32_t channels) {
+    const int32_t count = width_ * channels, taps = columns_.taps;
+    const int32_t blocks = (count + kSuperBoxLanes - 1) / kSuperBoxLanes;
+    const int64_t perBlock = int64_t(taps) * 2 * kSuperBoxLanes;
+    if (!bases_.allocate(blocks) || !lanes_.allocate(blocks * perBlock)) return false;
+    bool wide = false, shared = true;
+    int32_t column = 0, sampleOfPixel = 0;  // of lane 0 of the block
+    for (int32_t b = 0; b < blocks; ++b) {
+        // Per lane its column, and per tap the sum read, or -1 for a weight of 0.
+        int32_t laneColumn[kSuperBoxLanes], sample[kSuperBoxLanes][kMaxTaps];
+        int32_t base = INT32_MAX;
+        for (int32_t l = 0; l < kSuperBoxLanes; ++l) {
+            const int32_t k = b * kSuperBoxLanes + l, c = column;
+            laneColumn[l] = c;
+            for (int32_t t = 0; t < taps; ++t) {
+                const bool weighed = k < count && columnWeights_.get()[int64_t(c) * taps + t] != 0;
+                sample[l][t] = weighed ? (firstColumn_.get()[c] + t) * channels + sampleOfPixel : -1;
+                if (weighed) base = std::min(base, sample[l][t]);
+            }
+            if (++sampleOfPixel == channels) {
+                sampleOfPixel = 0;
+                ++column;
+            }
+        }
+        if (base == INT32_MAX) base = 0;
+        uint16_t* lanes = lanes_.get() + b * perBlock;
+        for (int32_t l = 0; l < kSuperBoxLanes; ++l) {
+            const int32_t c = laneColumn[l];
+            for (int32_t t = 0; t < taps; ++t) {
+                const int32_t offset = sample[l][t] < 0 ? 0 : sample[l][t] - base;
+                if (offset >= kWideSpan) return false;
+                wide = wide || offset >= kNarrowSpan;
+                lanes[t * 2 * kSuperBoxLanes + l] = uint16_t(offset);
+                lanes[t * 2 * kSuperBoxLanes + kSuperBoxLanes + l] =
+                    sample[l][t] < 0 ? 0 : columnWeights_.get()[int64_t(c) * taps + t];
+            }
+        }
+        bases_.get()[b] = base;
+        shared = shared && std::equal(lanes, lanes + perBlock, lanes_.get());
+    }
+    columns_.bases = bases_.get();
+    columns_.lanes = lanes_.get();
+    columns_.laneStride = shared ? 0 : perBlock;
+    columns_.blocks = blocks;
+    columns_.count = count;
+    columns_.wide = wide;
+    return true;
+}
+
+// ---- The rows --------------------------------------------------------------------
+
+bool resizeSuperExact(const ResizeJob& job, const SuperOpening& opening) {
+    const KernelTable<SuperBoxFn>& table = superBoxTable();
+    // The scalar form is slower than the general path's vector forms: the
+    // path is taken only where a vector form runs.
+    if (table.current() == table.scalar()) return false;
+    SuperBoxPlan plan;
+    if (!plan.make(*job.args, opening)) return false;
+    const SuperBoxFn box = table.current();
+    const uint8_t* rows[kMaxRows];
+    uint16_t weights[kMaxRows];
+    SuperRowWalk walk(opening, job.args->yScale);
+    for (int32_t t = 0; t < job.args->height; ++t) {
+        int32_t n = 0;
+        walk.next([&](int64_t v, double w) {
+            rows[n] = superSourceRow<uint8_t>(job, opening, v);
+            weights[n++] = plan.rowWeight(w);
+        });
+        box(rows, weights, n, plan.columns(), job.dst + ptrdiff_t(t) * job.dstStep);
+    }
+    return true;
+}
+
+}  // namespace morva
