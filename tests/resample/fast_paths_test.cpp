@@ -94,7 +94,7 @@ void checkAtEverySlot(const RandomResize& r, int32_t channels, int32_t interpola
     const IppStatus check = geometryOf({r.srcWidth, r.srcHeight}, r.srcRoi, r.dstRoi, r.xFactor, r.yFactor,
                                        r.xShift, r.yShift, interpolation, g);
     Plane<T> expected = background;
-    if (check == ippStsNoErr) ASSERT_TRUE(model::resize(src, g, expected));
+    if (check == ippStsNoErr) model::resize(src, g, expected);
     for (int slot : allSlots()) {
         setCpuSlot(slot);
         SCOPED_TRACE("slot " + std::to_string(slot));
