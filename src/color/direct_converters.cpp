@@ -61,46 +61,36 @@ void widen16Scalar(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t ds
     });
 }
 
+// A converter's table: its scalar definition, and on x86-64 its AVX-512 form.
+#if MORVA_X86_64
+template <PixelConvertFn scalar, PixelConvertFn avx512>
+const KernelTable<PixelConvertFn>& tableOf() {
+    static const KernelTable<PixelConvertFn> table{{"scalar", Isa::Scalar, scalar}, {"avx512", Isa::Avx512, avx512}};
+    return table;
+}
+#define MORVA_CONVERTER_TABLE(scalar, avx512) tableOf<scalar, avx512>()
+#else
+template <PixelConvertFn scalar>
+const KernelTable<PixelConvertFn>& tableOf() {
+    static const KernelTable<PixelConvertFn> table{{"scalar", Isa::Scalar, scalar}};
+    return table;
+}
+#define MORVA_CONVERTER_TABLE(scalar, avx512) tableOf<scalar>()
+#endif
+
 }  // namespace
 
 const KernelTable<PixelConvertFn>& bgraToBgrTable() {
-    static const KernelTable<PixelConvertFn> table{
-        {"scalar", Isa::Scalar, &bgraToBgrScalar},
-#if MORVA_X86_64
-        {"avx512", Isa::Avx512, &direct::bgraToBgrAvx512},
-#endif
-    };
-    return table;
+    return MORVA_CONVERTER_TABLE(&bgraToBgrScalar, &direct::bgraToBgrAvx512);
 }
-
 const KernelTable<PixelConvertFn>& bgrToBgraTable() {
-    static const KernelTable<PixelConvertFn> table{
-        {"scalar", Isa::Scalar, &bgrToBgraScalar},
-#if MORVA_X86_64
-        {"avx512", Isa::Avx512, &direct::bgrToBgraAvx512},
-#endif
-    };
-    return table;
+    return MORVA_CONVERTER_TABLE(&bgrToBgraScalar, &direct::bgrToBgraAvx512);
 }
-
 const KernelTable<PixelConvertFn>& bgr555ToBgrTable() {
-    static const KernelTable<PixelConvertFn> table{
-        {"scalar", Isa::Scalar, &widen16Scalar<kBgr555Fields>},
-#if MORVA_X86_64
-        {"avx512", Isa::Avx512, &direct::bgr555ToBgrAvx512},
-#endif
-    };
-    return table;
+    return MORVA_CONVERTER_TABLE(&widen16Scalar<kBgr555Fields>, &direct::bgr555ToBgrAvx512);
 }
-
 const KernelTable<PixelConvertFn>& bgr565ToBgrTable() {
-    static const KernelTable<PixelConvertFn> table{
-        {"scalar", Isa::Scalar, &widen16Scalar<kBgr565Fields>},
-#if MORVA_X86_64
-        {"avx512", Isa::Avx512, &direct::bgr565ToBgrAvx512},
-#endif
-    };
-    return table;
+    return MORVA_CONVERTER_TABLE(&widen16Scalar<kBgr565Fields>, &direct::bgr565ToBgrAvx512);
 }
 
 int32_t convertBGRAToBGR(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep,
