@@ -284,6 +284,7 @@ const KernelTable<BgrToYuv422Fn>& bgrToCbycr422Ac4Table() {
     static const KernelTable<BgrToYuv422Fn> table{
         {"scalar", Isa::Scalar, &cbycrBody<&cbycrLanesRow>},
         {"sse2", Isa::Sse2, &cbycrBody<&x86::cbycrVectorRowSse2>},
+        {"avx512", Isa::Avx512, &cbycrBody<&x86::cbycrVectorRowAvx512>},
     };
 #else
     static const KernelTable<BgrToYuv422Fn> table{{"scalar", Isa::Scalar, &cbycrBody<&cbycrLanesRow>}};

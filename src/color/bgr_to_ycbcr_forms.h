@@ -40,6 +40,7 @@ void yuy2VectorRowAvx512(const uint8_t* src, uint8_t* dst, int32_t count);
 
 // Cb Y0 Cr Y1, from BGRA only.
 void cbycrVectorRowSse2(const uint8_t* src, uint8_t* dst, int32_t count);
+void cbycrVectorRowAvx512(const uint8_t* src, uint8_t* dst, int32_t count);
 
 template <BgrSource S>
 void yuv420VectorRowSse2(const Yuv420Rows& rows, int32_t count);

@@ -37,13 +37,14 @@ MORVA_LANE_INLINE __m512i loadPixels(const uint8_t* p) {
 }
 
 // Two 16-bit factors, low and high half of every 32-bit lane.
-MORVA_LANE_INLINE __m512i factors(uint16_t low, uint16_t high) {
-    return _mm512_set1_epi32(int32_t(uint32_t(high) << 16 | low));
+MORVA_LANE_INLINE __m512i factors(int16_t low, int16_t high) {
+    return _mm512_set1_epi32(int32_t(uint32_t(uint16_t(high)) << 16 | uint16_t(low)));
 }
 
 // Four 16-bit factors, lanes 0 to 3 of every 64-bit group.
-MORVA_LANE_INLINE __m512i factors(uint16_t f0, uint16_t f1, uint16_t f2, uint16_t f3) {
-    return _mm512_set1_epi64(int64_t(uint64_t(f3) << 48 | uint64_t(f2) << 32 | uint64_t(f1) << 16 | f0));
+MORVA_LANE_INLINE __m512i factors(int16_t f0, int16_t f1, int16_t f2, int16_t f3) {
+    const auto at = [](int16_t f, int lane) { return uint64_t(uint16_t(f)) << (16 * lane); };
+    return _mm512_set1_epi64(int64_t(at(f0, 0) | at(f1, 1) | at(f2, 2) | at(f3, 3)));
 }
 
 // Luma of 16 pixels, one to a 32-bit lane. The halves of a lane hold B << 8
@@ -81,13 +82,33 @@ MORVA_LANE_INLINE __m512i chroma(__m512i sums) {
     return _mm512_srli_epi16(_mm512_adds_epi16(diff, _mm512_set1_epi16(kOffset)), kShift);
 }
 
-template <BgrSource S>
+// The signed chroma lane form of the Cb Y0 Cr Y1 packer, from pair sums B, G,
+// R, G: Cb in 16-bit lane 0 and Cr in lane 2 of each 64-bit group, clamped;
+// lanes 1 and 3 hold nothing of use. The additions wrap, as the lanes'.
+MORVA_LANE_INLINE __m512i signedChroma(__m512i sums) {
+    const __m512i x = _mm512_slli_epi16(sums, 6);
+    // Lanes B, G, R, G: the main product of Cb and its green one, then Cr's.
+    const __m512i first = _mm512_mulhi_epi16(x, factors(28770, -19071, 28770, -24117));
+    // Lanes R, G, B, G: the last product of Cb, then of Cr.
+    const __m512i last = _mm512_mulhi_epi16(_mm512_shuffle_epi32(x, _MM_PERM_CDAB), factors(-9699, 0, -4653, 0));
+    const __m512i sum = _mm512_add_epi16(_mm512_add_epi16(first, _mm512_srli_epi32(first, 16)), last);
+    const __m512i v = _mm512_srai_epi16(_mm512_add_epi16(sum, _mm512_set1_epi16(16448)), 7);
+    return _mm512_max_epi16(_mm512_min_epi16(v, _mm512_set1_epi16(255)), _mm512_setzero_si512());
+}
+
+// 32 pixels to packed groups, Y0 Cb Y1 Cr or (from BGRA only) Cb Y0 Cr Y1.
+template <BgrSource S, bool kChromaFirst>
 MORVA_LANE_INLINE void packedBlock(const uint8_t* src, uint8_t* dst, int32_t x) {
     for (int32_t at = x; at < x + kBlock; at += 16) {
         const __m512i px = loadPixels<S>(src + at * kPixelBytes<S>);
-        // Per pair: luma in 16-bit lanes 0 and 2, chroma moved beside them.
-        const __m512i c = _mm512_min_epu16(chroma<8200, 6>(pairSums(px)), _mm512_set1_epi16(255));
-        const __m512i groups = _mm512_or_si512(luma(px), _mm512_slli_epi16(c, 8));
+        // Per pair: luma in 16-bit lanes 0 and 2, and chroma beside it.
+        __m512i groups;
+        if constexpr (kChromaFirst) {
+            groups = _mm512_or_si512(signedChroma(pairSums(px)), _mm512_slli_epi16(luma(px), 8));
+        } else {
+            const __m512i c = _mm512_min_epu16(chroma<8200, 6>(pairSums(px)), _mm512_set1_epi16(255));
+            groups = _mm512_or_si512(luma(px), _mm512_slli_epi16(c, 8));
+        }
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 2 * at), _mm512_cvtepi32_epi16(groups));
     }
 }
@@ -129,7 +150,12 @@ MORVA_LANE_INLINE void blocksOver(int32_t count, Block block) {
 template <BgrSource S>
 void yuy2VectorRowAvx512(const uint8_t* src, uint8_t* dst, int32_t count) {
     if (count < kBlock) return yuy2VectorRowAvx2<S>(src, dst, count);
-    blocksOver(count, [&](int32_t x) MORVA_LANE_LAMBDA { packedBlock<S>(src, dst, x); });
+    blocksOver(count, [&](int32_t x) MORVA_LANE_LAMBDA { packedBlock<S, false>(src, dst, x); });
+}
+
+void cbycrVectorRowAvx512(const uint8_t* src, uint8_t* dst, int32_t count) {
+    if (count < kBlock) return cbycrVectorRowSse2(src, dst, count);
+    blocksOver(count, [&](int32_t x) MORVA_LANE_LAMBDA { packedBlock<BgrSource::Bgra32, true>(src, dst, x); });
 }
 
 template <BgrSource S>
