@@ -46,8 +46,6 @@ const Glyph* findGlyph(char c) {
     return nullptr;
 }
 
-uint8_t clampByte(int value) { return uint8_t(std::clamp(value, 0, 255)); }
-
 // Mean colour of each block of subW by subH pixels, blocks cut at the edge.
 struct ChromaPlanes {
     int32_t width = 0, height = 0;
@@ -86,13 +84,8 @@ void packRgb(const RgbCanvas& canvas, TImage& image) {
             switch (image.format) {
             case FORMAT_RGB32: out[3] = 255; [[fallthrough]];
             case FORMAT_RGB24: out[0] = c.blue, out[1] = c.green, out[2] = c.red; break;
-            case FORMAT_RGB565: {
-                const unsigned word = unsigned(c.red >> 3) << 11 | unsigned(c.green >> 2) << 5 | (c.blue >> 3);
-                out[0] = uint8_t(word), out[1] = uint8_t(word >> 8);
-                break;
-            }
-            default: {  // FORMAT_RGB555
-                const unsigned word = unsigned(c.red >> 3) << 10 | unsigned(c.green >> 3) << 5 | (c.blue >> 3);
+            default: {  // FORMAT_RGB565, FORMAT_RGB555
+                const uint16_t word = image.format == FORMAT_RGB565 ? packRgb565(c) : packRgb555(c);
                 out[0] = uint8_t(word), out[1] = uint8_t(word >> 8);
             }
             }
@@ -177,13 +170,6 @@ void RgbCanvas::drawText(int32_t x, int32_t y, std::string_view text, int32_t sc
                         fillRect(x + dot * scale, y + row * scale, scale, scale, colour);
         x += (kGlyphWidth + 1) * scale;
     }
-}
-
-Ycbcr toYcbcr(Rgb c) {
-    const int r = c.red, g = c.green, b = c.blue;
-    return {clampByte(((66 * r + 129 * g + 25 * b + 128) >> 8) + 16),
-            clampByte(((-38 * r - 74 * g + 112 * b + 128) >> 8) + 128),
-            clampByte(((112 * r - 94 * g - 18 * b + 128) >> 8) + 128)};
 }
 
 ImagePtr packCanvas(const RgbCanvas& canvas, int32_t format, const char* name) {

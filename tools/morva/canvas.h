@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "colour.h"
 #include "images.h"
 
 namespace morvatool {
@@ -38,17 +39,10 @@ private:
 // Pixels a text of n characters covers across at a scale.
 int32_t textWidth(size_t characters, int32_t scale);
 
-struct Ycbcr {
-    uint8_t y, cb, cr;
-};
-
-// BT.601 studio range: Y from 16 to 235, chroma centred on 128.
-Ycbcr toYcbcr(Rgb colour);
-
 // A new library image of `format` holding the canvas. Formats: RGB32, RGB24,
 // RGB565, RGB555, I420, YV12, YVYU (planar 4:2:2), Y411, NV12, YUY2, UYVY.
-// Chroma is the studio-range value of the mean colour of each subsampled
-// block. Throws ToolError for other formats.
+// Colours follow the tool's colour model (colour.h); chroma is that of the
+// mean colour of each subsampled block. Throws ToolError for other formats.
 ImagePtr packCanvas(const RgbCanvas& canvas, int32_t format, const char* name);
 
 }  // namespace morvatool

@@ -1,298 +1,352 @@
 #include "compose.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <optional>
+#include <thread>
 
+#include "canvas.h"
+#include "convert.h"
 #include "layout_check.h"
-#include "patterns.h"
-#include "png_io.h"
+#include "pipeline.h"
 #include "progress.h"
+#include "window.h"
 
 namespace morvatool {
 
 namespace {
 
-constexpr const char* kLayoutName = "morva-compose";
-
-class StillSource : public Source {
-public:
-    explicit StillSource(ImagePtr image) : image_(std::move(image)) {}
-    int64_t frameCount() const override { return 1; }
-    TImage& frame(int64_t) override { return *image_; }
-
-private:
-    ImagePtr image_;
-};
-
-class VideoSource : public Source {
-public:
-    explicit VideoSource(const std::string& path)
-        : reader_(path), image_(reader_.allocateFrameImage("video")) {}
-    int64_t frameCount() const override { return reader_.frameCount(); }
-    std::optional<Y4mHeader> video() const override { return reader_.header(); }
-    TImage& frame(int64_t index) override {
-        index = std::min(index, reader_.frameCount() - 1);
-        if (index != loaded_) reader_.readFrame(index, *image_);
-        loaded_ = index;
-        return *image_;
-    }
-
-private:
-    Y4mReader reader_;
-    ImagePtr image_;
-    int64_t loaded_ = -1;
-};
-
-std::string formatText(int32_t format) {
-    return std::string(nameOfFormat(format)) + " (" + std::to_string(format) + ")";
+void note(const ComposeOptions& options, const std::string& text) {
+    if (!options.quiet) std::fprintf(stderr, "morva: note: %s\n", text.c_str());
 }
 
-// Same-sized images: morvaCopyImage only converts.
-void convertInto(const TImage& from, TImage& to) {
-    if (!morvaCopyImage(&from, &to, INTER_NN, 0))
-        throw ToolError("the library can't convert format " + formatText(from.format) + " to " + formatText(to.format));
+std::vector<std::unique_ptr<Input>> openInputs(const ComposeOptions& options) {
+    if (options.inputs.empty()) return patternInputs(options.target.composeIn);
+    std::vector<std::unique_ptr<Input>> inputs;
+    for (const std::string& path : options.inputs) {
+        inputs.push_back(openInput(path, options.target.composeIn, options.background));
+        for (const std::string& change : inputs.back()->notes()) note(options, "'" + path + "': " + change);
+    }
+    return inputs;
 }
 
-// An input seen through another format, converted once per frame it shows.
-class DetourSource : public Source {
-public:
-    DetourSource(std::unique_ptr<Source> inner, int32_t format) : inner_(std::move(inner)) {
-        const TImage& first = inner_->frame(0);
-        image_ = allocateImage("detour", first.width, first.height, format);
-    }
-    int64_t frameCount() const override { return inner_->frameCount(); }
-    std::optional<Y4mHeader> video() const override { return inner_->video(); }
-    TImage& frame(int64_t index) override {
-        index = std::min(index, inner_->frameCount() - 1);
-        if (index != converted_) convertInto(inner_->frame(index), *image_);
-        converted_ = index;
-        return *image_;
-    }
-
-private:
-    std::unique_ptr<Source> inner_;
-    ImagePtr image_;
-    int64_t converted_ = -1;
-};
-
-enum class FileKind { Png, Y4m, Other };
-
-FileKind sniff(const std::string& path) {
-    FilePtr file(std::fopen(path.c_str(), "rb"));
-    if (!file) throw ToolError("cannot read '" + path + "': " + std::strerror(errno));
-    struct stat info {};
-    if (fstat(fileno(file.get()), &info) != 0 || !S_ISREG(info.st_mode))
-        throw ToolError("cannot read '" + path + "': not a regular file");
-    char start[9] = {};
-    const size_t got = std::fread(start, 1, sizeof start, file.get());
-    static constexpr char kPngSignature[8] = {'\x89', 'P', 'N', 'G', '\r', '\n', '\x1a', '\n'};
-    if (got >= 8 && std::memcmp(start, kPngSignature, 8) == 0) return FileKind::Png;
-    if (got == 9 && std::memcmp(start, "YUV4MPEG2", 9) == 0) return FileKind::Y4m;
-    return FileKind::Other;
+std::string rateText(const Rate& rate) {
+    return std::to_string(rate.numerator) + "/" + std::to_string(rate.denominator);
 }
 
-bool clearFillsFaithfully(int32_t format) {
-    return format == FORMAT_RGB32 || format == FORMAT_RGB24 || format == FORMAT_I420 || format == FORMAT_YUY2;
-}
-
-// Converts a target for the output through the stages of outputRoute.
-class OutputConverter {
-public:
-    OutputConverter(const TImage& target, const std::vector<int32_t>& route) {
-        for (int32_t format : route) stages_.push_back(allocateImage("output", target.width, target.height, format));
-    }
-
-    const TImage& convert(const TImage& target) {
-        const TImage* current = &target;
-        for (const ImagePtr& stage : stages_) {
-            convertInto(*current, *stage);
-            current = stage.get();
+// --rate, else the first video's rate, else 25.
+Rate outputRate(const ComposeOptions& options, const std::vector<std::unique_ptr<Input>>& inputs) {
+    std::optional<Rate> first;
+    bool differ = false;
+    for (const auto& input : inputs)
+        if (const auto rate = input->rate()) {
+            if (!first) first = rate;
+            differ = differ || !(*rate == *first);
         }
-        return *current;
+    if (options.rate) return *options.rate;
+    if (differ)
+        note(options, "the videos have different frame rates: frames are taken by time at " + rateText(*first) +
+                          " per second, the first video's (--rate chooses another)");
+    return first.value_or(Rate{});
+}
+
+// What the library is asked to do with each input, and the calls that do it.
+struct RenderPlan {
+    std::vector<RenderCall> calls;
+    std::vector<std::string> layoutNames;
+    std::vector<int32_t> interpolations;  // per input
+};
+
+RenderPlan planRender(const ComposeOptions& options, const std::vector<std::unique_ptr<Input>>& inputs, int32_t width,
+                      int32_t height) {
+    double aspect = 0.0;
+    for (const auto& input : inputs) aspect += double(input->width()) / input->height() / double(inputs.size());
+    const std::string layout = options.layout.empty() ? defaultLayoutText(int64_t(inputs.size()), width, height, aspect)
+                                                      : completeLayoutText(options.layout);
+    checkPlacement(layout, int64_t(inputs.size()), width, height);
+    const GridLayout grid = parseLayoutText(layout);
+    RenderPlan plan;
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        const Input& input = *inputs[i];
+        const CellRect cell = cellOf(int64_t(i), grid, width, height);
+        const Placement placement = placeInCell(cell, input.width(), input.height(), options.scaleMode);
+        if (placement.rect.width < 4 || placement.rect.height < 4)
+            throw UsageError("input " + std::to_string(i + 1) + " ('" + input.name() + "') would be drawn " +
+                             std::to_string(std::max<int64_t>(placement.rect.width, 0)) + "x" +
+                             std::to_string(std::max<int64_t>(placement.rect.height, 0)) + " in its " +
+                             std::to_string(cell.width) + "x" + std::to_string(cell.height) +
+                             " cell, which the library rounds to nothing: give it more room");
+        int32_t interpolation = interpolationValue(options);
+        if (options.interpolation == INTER_SUPER && (placement.xFactor > 1.0 || placement.yFactor > 1.0)) {
+            note(options, "input " + std::to_string(i + 1) + " ('" + input.name() +
+                              "') is enlarged, which super-sampling can't do: it is drawn with linear");
+            interpolation = INTER_LINEAR;
+        }
+        plan.interpolations.push_back(interpolation);
     }
-
-private:
-    std::vector<ImagePtr> stages_;
-};
-
-class Sink {
-public:
-    virtual ~Sink() = default;
-    virtual void write(const TImage& target) = 0;
-    virtual void finish() = 0;
-};
-
-class PngSink : public Sink {
-public:
-    PngSink(std::string path, const TImage& target)
-        : path_(std::move(path)), converter_(target, outputRoute(target.format, OutputKind::Png, Y4mChroma::C420)) {}
-    void write(const TImage& target) override { writePng(path_, converter_.convert(target)); }
-    void finish() override {}
-
-private:
-    std::string path_;
-    OutputConverter converter_;
-};
-
-class Y4mSink : public Sink {
-public:
-    Y4mSink(const std::string& path, const TImage& target, Y4mChroma chroma, const Y4mHeader& rate)
-        : converter_(target, outputRoute(target.format, OutputKind::Y4m, chroma)),
-          writer_(path, Y4mHeader{target.width, target.height, chroma, rate.rateNumerator, rate.rateDenominator}) {}
-    void write(const TImage& target) override { writer_.writeFrame(converter_.convert(target)); }
-    void finish() override { writer_.finish(); }
-
-private:
-    OutputConverter converter_;
-    Y4mWriter writer_;
-};
-
-std::vector<std::unique_ptr<Source>> openSources(const ComposeOptions& options) {
-    std::vector<std::unique_ptr<Source>> sources;
-    if (options.inputs.empty()) sources = patternSources();
-    for (const std::string& path : options.inputs) sources.push_back(openInput(path, options.background));
-    for (auto& source : sources)
-        if (const auto detour = inputDetour(source->frame(0).format, options.format))
-            source = std::make_unique<DetourSource>(std::move(source), *detour);
-    return sources;
+    plan.calls = renderCalls(layout, int64_t(inputs.size()));
+    for (size_t i = 0; i < plan.calls.size(); ++i) plan.layoutNames.push_back("morva-compose-" + std::to_string(i));
+    return plan;
 }
 
-double meanAspect(const std::vector<std::unique_ptr<Source>>& sources) {
-    double sum = 0.0;
-    for (const auto& source : sources) {
-        const TImage& image = source->frame(0);
-        sum += double(image.width) / double(image.height);
-    }
-    return sum / double(sources.size());
-}
-
-// The first video's frame rate, or 25:1.
-Y4mHeader outputRate(const std::vector<std::unique_ptr<Source>>& sources) {
-    for (const auto& source : sources)
-        if (auto header = source->video()) return *header;
-    return Y4mHeader{};
-}
-
-int64_t outputFrames(const ComposeOptions& options, const std::vector<std::unique_ptr<Source>>& sources) {
-    int64_t frames = 1;
-    if (options.outputKind == OutputKind::Y4m)
-        for (const auto& source : sources) frames = std::max(frames, source->frameCount());
-    return std::min(frames, options.maxFrames.value_or(frames));
-}
-
-// Registers the layout for the length of a composition.
+// Registers the layouts for the length of a composition.
 class LayoutRegistration {
 public:
-    explicit LayoutRegistration(const std::string& text) {
-        if (!morvaSetLayout(kLayoutName, text.c_str())) throw ToolError("the library refused the layout");
+    explicit LayoutRegistration(const RenderPlan& plan) : names_(plan.layoutNames) {
+        for (size_t i = 0; i < names_.size(); ++i)
+            if (!morvaSetLayout(names_[i].c_str(), plan.calls[i].layout.c_str()))
+                throw ToolError("the library refused the layout");
     }
-    ~LayoutRegistration() { morvaSetLayout(kLayoutName, nullptr); }
+    ~LayoutRegistration() {
+        for (const std::string& name : names_) morvaSetLayout(name.c_str(), nullptr);
+    }
     LayoutRegistration(const LayoutRegistration&) = delete;
     LayoutRegistration& operator=(const LayoutRegistration&) = delete;
+
+private:
+    std::vector<std::string> names_;
 };
+
+// Targets whose format only rearranges the bytes of the format they are
+// composed in need no stop in their own format on the way out.
+bool targetOnlyRearranges(const TargetFormat& target) {
+    return target.format != FORMAT_RGB565 && target.format != FORMAT_RGB555 && target.format != FORMAT_GRAY8;
+}
+
+// A frame composed by one thread: the output's frame and the window's.
+struct Composed {
+    const TImage* output = nullptr;
+    TImage* view = nullptr;
+};
+
+// One thread's target and the conversions after it.
+class FrameComposer {
+public:
+    FrameComposer(const ComposeOptions& options, const RenderPlan& plan, const TImage& background,
+                  std::optional<int32_t> outputFormat)
+        : plan_(plan), background_(background),
+          target_(allocateImage("target", background.width, background.height, background.format)) {
+        const TargetFormat& t = options.target;
+        const int32_t via = targetOnlyRearranges(t) ? t.composeIn : t.format;
+        if (via != t.composeIn) toTarget_.emplace(target_->width, target_->height, t.composeIn, via);
+        if (outputFormat) toOutput_.emplace(target_->width, target_->height, via, *outputFormat);
+        if (options.show) toView_.emplace(target_->width, target_->height, via, FORMAT_RGB32);
+        if (options.show && via == FORMAT_RGB32) view_ = allocateImage("view", target_->width, target_->height, FORMAT_RGB32);
+    }
+
+    Composed compose(const FrameSlot& slot) {
+        morvaUpdateImage(target_.get(), background_.data);
+        for (size_t i = 0; i < plan_.calls.size(); ++i) {
+            std::vector<TImage*> sources;
+            for (const std::optional<int64_t>& input : plan_.calls[i].inputs)
+                sources.push_back(input ? slot.sources[size_t(*input)] : nullptr);
+            if (!morvaRender(plan_.layoutNames[i].c_str(), target_.get(), sources.data(), int32_t(sources.size())))
+                throw ToolError("the library refused the composition");
+        }
+        morvaRenderFinalize(target_.get());
+        const TImage& target = toTarget_ ? toTarget_->convert(*target_) : *target_;
+        Composed composed;
+        if (toOutput_) composed.output = &toOutput_->convert(target);
+        if (toView_) {
+            // The window gets a copy of its own, so the next frame may be composed while it shows.
+            const TImage& view = toView_->convert(target);
+            if (!view_) view_ = allocateImage("view", view.width, view.height, FORMAT_RGB32);
+            std::memcpy(view_->data, view.data, size_t(view.size));
+            composed.view = view_.get();
+        }
+        return composed;
+    }
+
+private:
+    const RenderPlan& plan_;
+    const TImage& background_;
+    ImagePtr target_, view_;
+    std::optional<FrameConverter> toTarget_, toOutput_, toView_;
+};
+
+// Fills slots with the inputs' frames due at each output frame.
+class FrameReader {
+public:
+    FrameReader(const std::vector<std::unique_ptr<Input>>& inputs, const RenderPlan& plan, int32_t scaleMode, Rate rate,
+                int64_t maxFrames)
+        : inputs_(inputs), plan_(plan), rate_(rate), maxFrames_(maxFrames), scaleMode_(scaleMode), position_(inputs.size(), -1),
+          ended_(inputs.size(), false), last_(inputs.size(), nullptr) {}
+
+    void prepare(FrameSlot& slot) const {
+        for (size_t i = 0; i < inputs_.size(); ++i) {
+            TImage* image = const_cast<TImage*>(inputs_[i]->still());
+            if (!image) {
+                slot.images.push_back(inputs_[i]->allocateFrame());
+                image = slot.images.back().get();
+            }
+            morvaSetAttributes(image, plan_.interpolations[i], scaleMode_);
+            slot.sources.push_back(image);
+        }
+    }
+
+    bool read(int64_t frame, FrameSlot& slot) {
+        if (frame >= maxFrames_) return false;
+        bool anyVideo = false, anyRunning = false;
+        for (size_t i = 0; i < inputs_.size(); ++i) {
+            Input& input = *inputs_[i];
+            if (input.still()) continue;
+            anyVideo = true;
+            TImage& image = *slot.sources[i];
+            const int64_t due = inputFrameAt(frame, rate_, *input.rate());
+            bool fresh = false;
+            while (!ended_[i] && position_[i] < due) {
+                if (input.readNext(image))
+                    ++position_[i], fresh = true;
+                else
+                    ended_[i] = true;
+            }
+            anyRunning = anyRunning || position_[i] >= due;
+            if (!fresh && last_[i] != &image) std::memcpy(image.data, last_[i]->data, size_t(image.size));
+            last_[i] = &image;
+        }
+        return anyVideo ? anyRunning : frame == 0;
+    }
+
+private:
+    const std::vector<std::unique_ptr<Input>>& inputs_;
+    const RenderPlan& plan_;
+    Rate rate_;
+    int64_t maxFrames_;
+    int32_t scaleMode_;
+    std::vector<int64_t> position_;  // frame of each video last read, -1 before the first
+    std::vector<bool> ended_;
+    std::vector<TImage*> last_;
+};
+
+std::optional<int64_t> expectedFrames(const std::vector<std::unique_ptr<Input>>& inputs, Rate rate, int64_t maxFrames) {
+    int64_t frames = 1;
+    for (const auto& input : inputs) {
+        if (input->still()) continue;
+        const auto count = input->expectedFrames();
+        if (!count) return std::nullopt;
+        const Rate r = *input->rate();
+        // The first output frame past the video's last: ceil(count * rate / r).
+        const __int128 numerator = __int128(*count) * rate.numerator * r.denominator;
+        const __int128 denominator = __int128(rate.denominator) * r.numerator;
+        frames = std::max(frames, int64_t((numerator + denominator - 1) / denominator));
+    }
+    return std::min(frames, maxFrames);
+}
+
+std::string sizeText(int32_t width, int32_t height) { return std::to_string(width) + "x" + std::to_string(height); }
 
 }  // namespace
 
-std::unique_ptr<Source> openInput(const std::string& path, Rgb background) {
-    switch (sniff(path)) {
-    case FileKind::Png: return std::make_unique<StillSource>(readPng(path, background));
-    case FileKind::Y4m: return std::make_unique<VideoSource>(path);
-    case FileKind::Other: break;
+int32_t outputFormat(const TargetFormat& target, OutputKind kind, Y4mChroma chroma) {
+    if (kind == OutputKind::Png) return target.format == FORMAT_RGB32 ? FORMAT_RGB32 : FORMAT_RGB24;
+    switch (chroma) {
+    case Y4mChroma::C422: return FORMAT_YVYU;
+    case Y4mChroma::Mono:
+        if (target.format == FORMAT_GRAY8) return FORMAT_GRAY8;
+        return targetOnlyRearranges(target) && target.composeIn != FORMAT_RGB32 && target.composeIn != FORMAT_RGB24
+                   ? target.composeIn
+                   : FORMAT_I420;
+    default: return FORMAT_I420;
     }
-    throw ToolError("cannot read '" + path + "': not a PNG or YUV4MPEG2 file");
-}
-
-std::vector<std::unique_ptr<Source>> patternSources() {
-    std::vector<std::unique_ptr<Source>> sources;
-    for (const PatternDefinition& pattern : builtinPatterns())
-        sources.push_back(std::make_unique<StillSource>(makePatternImage(pattern)));
-    return sources;
-}
-
-std::optional<int32_t> inputDetour(int32_t source, int32_t target) {
-    if (source == FORMAT_YUY2 &&
-        (target == FORMAT_I420 || target == FORMAT_YV12 || target == FORMAT_YVYU || target == FORMAT_Y411))
-        return FORMAT_UYVY;
-    // Through planar 4:2:2 the chroma rows are doubled and then halved again.
-    if ((source == FORMAT_YV12 && target == FORMAT_I420) || (source == FORMAT_I420 && target == FORMAT_YV12))
-        return FORMAT_YVYU;
-    if (source == FORMAT_UYVY && target == FORMAT_RGB24) return FORMAT_RGB32;
-    return std::nullopt;
-}
-
-ImagePtr makeBackground(int32_t width, int32_t height, int32_t format, Rgb colour) {
-    ImagePtr background = allocateImage("background", width, height, format);
-    if (clearFillsFaithfully(format)) {
-        morvaClearImage(background.get(), colour.red, colour.green, colour.blue, 255);
-        return background;
-    }
-    ImagePtr rgb = allocateImage("background", width, height, FORMAT_RGB32);
-    morvaClearImage(rgb.get(), colour.red, colour.green, colour.blue, 255);
-    convertInto(*rgb, *background);
-    return background;
-}
-
-std::vector<int32_t> outputRoute(int32_t from, OutputKind kind, Y4mChroma chroma) {
-    if (kind == OutputKind::Png) {
-        if (from == FORMAT_RGB32 || from == FORMAT_RGB24) return {};
-        if (from == FORMAT_RGB565 || from == FORMAT_RGB555) return {FORMAT_RGB24};
-        return {FORMAT_RGB32};
-    }
-    const int32_t wanted = chroma == Y4mChroma::C422 ? FORMAT_YVYU : FORMAT_I420;
-    const bool writable = chroma == Y4mChroma::C422   ? from == FORMAT_YVYU
-                          : chroma == Y4mChroma::C420 ? from == FORMAT_I420 || from == FORMAT_YV12
-                                                      : from == FORMAT_I420 || from == FORMAT_YV12 ||
-                                                            from == FORMAT_YVYU || from == FORMAT_NV12 ||
-                                                            from == FORMAT_Y411;
-    if (writable) return {};
-    // Y-first packed 4:2:2 goes into planes with Cb and Cr exchanged; its
-    // chroma-first twin, one byte swap away, does not.
-    if (from == FORMAT_YUY2) return {FORMAT_UYVY, wanted};
-    return {wanted};
 }
 
 Y4mChroma outputChroma(const ComposeOptions& options) {
     if (options.chroma) return *options.chroma;
-    const bool is422 = options.format == FORMAT_YUY2 || options.format == FORMAT_UYVY || options.format == FORMAT_YVYU;
-    return is422 ? Y4mChroma::C422 : Y4mChroma::C420;
+    switch (options.target.format) {
+    case FORMAT_YUY2:
+    case FORMAT_UYVY:
+    case FORMAT_YVYU: return Y4mChroma::C422;
+    case FORMAT_GRAY8: return Y4mChroma::Mono;
+    default: return Y4mChroma::C420;
+    }
+}
+
+int64_t inputFrameAt(int64_t frame, const Rate& output, const Rate& input) {
+    return int64_t(__int128(frame) * input.numerator * output.denominator /
+                   (__int128(input.denominator) * output.numerator));
 }
 
 void compose(const ComposeOptions& options) {
-    std::vector<std::unique_ptr<Source>> sources = openSources(options);
+    std::vector<std::unique_ptr<Input>> inputs = openInputs(options);
     int32_t width = 0, height = 0;
     morvaCalcImageDimension(options.width, options.height, width, height);
-    const std::string layout =
-        options.layout.empty() ? defaultLayoutText(int64_t(sources.size()), width, height, meanAspect(sources))
-                               : options.layout;
-    checkPlacement(layout, int64_t(sources.size()), width, height);
-    const LayoutRegistration registration(layout);
-    for (const auto& source : sources)
-        morvaSetAttributes(&source->frame(0), interpolationValue(options), options.scaleMode);
+    const RenderPlan plan = planRender(options, inputs, width, height);
+    const Rate rate = outputRate(options, inputs);
+    const LayoutRegistration registration(plan);
 
-    const ImagePtr background = makeBackground(width, height, options.format, options.background);
-    const ImagePtr target = allocateImage("target", width, height, options.format);
-    std::unique_ptr<Sink> sink;
-    if (options.outputKind == OutputKind::Png)
-        sink = std::make_unique<PngSink>(options.output, *target);
-    else
-        sink = std::make_unique<Y4mSink>(options.output, *target, outputChroma(options), outputRate(sources));
-
-    const int64_t frames = outputFrames(options, sources);
-    Progress progress(frames, !options.quiet);
-    std::vector<TImage*> images(sources.size());
-    for (int64_t frame = 0; frame < frames; ++frame) {
-        for (size_t i = 0; i < sources.size(); ++i) images[i] = &sources[i]->frame(frame);
-        morvaUpdateImage(target.get(), background->data);
-        if (!morvaRender(kLayoutName, target.get(), images.data(), int32_t(images.size())))
-            throw ToolError("the library refused the composition");
-        morvaRenderFinalize(target.get());
-        sink->write(*target);
-        progress.update(frame + 1);
+    const ImagePtr background = packCanvas(RgbCanvas(width, height, options.background), options.target.composeIn, "background");
+    const Y4mChroma chroma = outputChroma(options);
+    std::optional<OutputFile> file;
+    std::unique_ptr<FrameWriter> writer;
+    if (options.outputKind != OutputKind::None) {
+        file.emplace(options.output, options.overwrite, options.inputs,
+                     std::find(options.inputs.begin(), options.inputs.end(), "-") == options.inputs.end());
+        const int32_t format = outputFormat(options.target, options.outputKind, chroma);
+        if (options.outputKind == OutputKind::Png) {
+            writer = makePngWriter(*file, format);
+        } else {
+            const bool fullRange = chroma == Y4mChroma::Mono && format == FORMAT_GRAY8;
+            const Y4mHeader header{width, height, chroma, 8, false, fullRange, int32_t(rate.numerator), int32_t(rate.denominator)};
+            writer = makeY4mWriter(*file, format, header);
+        }
     }
-    sink->finish();
+    std::unique_ptr<FrameWindow> window;
+    if (options.show) window = openFrameWindow(width, height, "morva " + sizeText(width, height));
+
+    const int64_t maxFrames = options.outputKind == OutputKind::Png ? 1 : options.maxFrames.value_or(INT64_MAX);
+    FrameReader reader(inputs, plan, options.scaleMode, rate, maxFrames);
+    const std::optional<int32_t> format = writer ? std::optional(writer->format()) : std::nullopt;
+    // Two frames are composed at once where there are two cores to do it.
+    const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1u, 2u);
+    std::vector<std::unique_ptr<FrameComposer>> composers;
+    for (unsigned i = 0; i < (maxFrames > 1 ? threads : 1u); ++i)
+        composers.push_back(std::make_unique<FrameComposer>(options, plan, *background, format));
+
+    Progress progress(expectedFrames(inputs, rate, maxFrames), !options.quiet && options.outputKind == OutputKind::Y4m);
+    const double frameSeconds = double(rate.denominator) / double(rate.numerator);
+    int64_t written = 0;
+    bool closed = false;
+    PipelineStages stages;
+    stages.slots = int(composers.size()) + 2;
+    stages.prepare = [&](FrameSlot& slot) { reader.prepare(slot); };
+    stages.read = [&](int64_t frame, FrameSlot& slot) { return reader.read(frame, slot); };
+    for (auto& composer : composers)
+        stages.composers.push_back([&composer, result = Composed{}](const FrameSlot& slot) mutable {
+            result = composer->compose(slot);
+            return static_cast<const void*>(&result);
+        });
+    stages.take = [&](int64_t frame, const void* made) {
+        const Composed& composed = *static_cast<const Composed*>(made);
+        if (writer) writer->write(*composed.output);
+        written = frame + 1;
+        progress.update(written);
+        if (!window) return true;
+        // A window plays at the frame rate.
+        const double due = double(frame) * frameSeconds - progress.seconds();
+        if (due > 0) std::this_thread::sleep_for(std::chrono::duration<double>(due));
+        closed = !window->show(*composed.view);
+        return !closed;
+    };
+    runPipeline(stages);
+    if (file) file->commit();
+    progress.clear();
+
+    for (const auto& input : inputs)
+        if (!input->endNote().empty())
+            note(options, "'" + input->name() + "': " + input->endNote() + "; the frames before it were composed");
+    if (!options.quiet) {
+        const double seconds = progress.seconds();
+        std::string summary = (options.outputKind == OutputKind::None ? "showed " : "wrote ") + std::to_string(written) +
+                              (written == 1 ? " frame " : " frames ") + sizeText(width, height) + " " +
+                              formatName(options.target.format);
+        if (file) summary += " to " + file->name();
+        char timing[64];
+        std::snprintf(timing, sizeof timing, " in %.2f s (%.1f fps)", seconds, seconds > 0 ? double(written) / seconds : 0.0);
+        if (closed) summary += ", stopped in the window";
+        std::fprintf(stderr, "morva: %s%s\n", summary.c_str(), timing);
+    }
+    if (window && !closed) window->waitUntilClosed();
 }
 
 }  // namespace morvatool

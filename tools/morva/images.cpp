@@ -14,7 +14,7 @@ ImagePtr allocateImage(const char* name, int32_t width, int32_t height, int32_t 
     ImagePtr image(morvaAllocateImage(name, width, -height, format, nullptr, 0));
     if (!image)
         throw ToolError("the library can't hold a " + std::to_string(width) + "x" + std::to_string(height) +
-                        " image in format " + std::string(nameOfFormat(format)) + " (too large, or out of memory)");
+                        " image in format " + std::to_string(format) + " (too large, or out of memory)");
     return image;
 }
 
@@ -36,36 +36,6 @@ void padPlane(const TImage& image, int index, int32_t usedBytes, int32_t usedRow
     }
     for (int32_t y = usedRows; y < p.height; ++y)
         std::memcpy(planeRow(image, index, y), planeRow(image, index, usedRows - 1), size_t(rowBytes));
-}
-
-namespace {
-constexpr std::array kFormats = {
-    FormatName{"bgra", FORMAT_RGB32, "32-bit pixels, bytes blue, green, red, fourth"},
-    FormatName{"bgr24", FORMAT_RGB24, "24-bit pixels, bytes blue, green, red"},
-    FormatName{"rgb565", FORMAT_RGB565, "16-bit pixels, 5-6-5 bits"},
-    FormatName{"rgb555", FORMAT_RGB555, "16-bit pixels, 5-5-5 bits"},
-    FormatName{"i420", FORMAT_I420, "planar 4:2:0, planes Y, Cb, Cr"},
-    FormatName{"yv12", FORMAT_YV12, "planar 4:2:0, planes Y, Cr, Cb"},
-    FormatName{"nv12", FORMAT_NV12, "Y plane and an interleaved Cb Cr plane"},
-    FormatName{"yuy2", FORMAT_YUY2, "packed 4:2:2, Y0 Cb Y1 Cr"},
-    FormatName{"uyvy", FORMAT_UYVY, "packed 4:2:2, Cb Y0 Cr Y1"},
-    FormatName{"yuv422p", FORMAT_YVYU, "planar 4:2:2"},
-    FormatName{"yuv411p", FORMAT_Y411, "planar 4:1:1"},
-};
-}  // namespace
-
-std::span<const FormatName> formatNames() { return kFormats; }
-
-std::optional<int32_t> formatByName(std::string_view name) {
-    for (const FormatName& f : kFormats)
-        if (f.name == name) return f.format;
-    return std::nullopt;
-}
-
-std::string_view nameOfFormat(int32_t format) {
-    for (const FormatName& f : kFormats)
-        if (f.format == format) return f.name;
-    return "(unnamed)";
 }
 
 }  // namespace morvatool

@@ -6,11 +6,8 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
-#include <span>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 namespace morvatool {
 
@@ -55,15 +52,5 @@ uint8_t* planeRow(const TImage& image, int index, int32_t row);
 // the padding. usedBytes counts bytes of a row, usedRows rows; a unit of
 // several bytes is repeated whole.
 void padPlane(const TImage& image, int index, int32_t usedBytes, int32_t usedRows, int32_t unitBytes);
-
-// The formats the tool offers for a target, by name.
-struct FormatName {
-    std::string_view name;
-    int32_t format;
-    std::string_view description;
-};
-std::span<const FormatName> formatNames();
-std::optional<int32_t> formatByName(std::string_view name);
-std::string_view nameOfFormat(int32_t format);
 
 }  // namespace morvatool

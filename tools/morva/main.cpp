@@ -23,8 +23,6 @@ int main(int argc, char** argv) {
         case Command::Help: std::fputs(helpText().c_str(), stdout); return 0;
         case Command::Version: std::puts("morva " MORVA_VERSION); return 0;
         case Command::Compose: {
-            for (const std::string& warning : compositionWarnings(line.compose))
-                std::fprintf(stderr, "morva: warning: %s\n", warning.c_str());
             const LibrarySession session;
             compose(line.compose);
             return 0;

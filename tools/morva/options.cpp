@@ -5,6 +5,8 @@
 #include <charconv>
 #include <functional>
 
+#include "format_names.h"
+
 namespace morvatool {
 
 namespace {
@@ -91,12 +93,24 @@ void parseBackground(std::string_view value, ComposeOptions& options) {
     options.background = {uint8_t(*levels[0]), uint8_t(*levels[1]), uint8_t(*levels[2])};
 }
 
+// NUM, NUM/DEN or NUM:DEN frames per second.
+void parseRate(std::string_view value, ComposeOptions& options) {
+    const size_t slash = value.find_first_of("/:");
+    const auto numerator = parseNumber(value.substr(0, slash), 1, 1000000);
+    const auto denominator = slash == std::string_view::npos ? std::optional<int64_t>(1)
+                                                             : parseNumber(value.substr(slash + 1), 1, 1000000);
+    if (!numerator || !denominator)
+        usage("--rate: '" + std::string(value) + "' is not a frame rate such as 25, 30000/1001 or 24:1");
+    options.rate = Rate{*numerator, *denominator};
+}
+
 OutputKind outputKindOf(const std::string& path) {
+    if (path == "-") return OutputKind::Y4m;
     std::string suffix = path.size() >= 4 ? path.substr(path.size() - 4) : "";
     std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return char(std::tolower(c)); });
     if (suffix == ".png") return OutputKind::Png;
     if (suffix == ".y4m") return OutputKind::Y4m;
-    usage("output '" + path + "' must end in .png or .y4m");
+    usage("output '" + path + "' must end in .png or .y4m (or be - for YUV4MPEG2 on standard output)");
 }
 
 struct ValueOption {
@@ -112,13 +126,13 @@ const std::vector<ValueOption>& valueOptions() {
          }},
         {"--size", parseSize},
         {"--format", [](std::string_view v, ComposeOptions& o) {
-             const auto format = formatByName(v);
-             if (!format) {
+             const auto target = targetByName(v);
+             if (!target) {
                  std::string choices;
-                 for (const FormatName& f : formatNames()) choices += (choices.empty() ? "" : "|") + std::string(f.name);
+                 for (const TargetFormat& t : targetFormats()) choices += (choices.empty() ? "" : "|") + formatName(t.format);
                  usage("--format: unknown format '" + std::string(v) + "' (" + choices + ")");
              }
-             o.format = *format;
+             o.target = *target;
          }},
         {"--scale", [](std::string_view v, ComposeOptions& o) { o.scaleMode = pickName(kScaleModes, "--scale", v); }},
         {"--interpolation", [](std::string_view v, ComposeOptions& o) {
@@ -134,14 +148,48 @@ const std::vector<ValueOption>& valueOptions() {
          }},
         {"--output", [](std::string_view v, ComposeOptions& o) {
              if (v.empty()) usage("--output: the file name is empty");
+             if (!o.output.empty()) usage("-o given twice ('" + o.output + "' and '" + std::string(v) + "')");
              o.output = v;
          }},
+        {"--rate", parseRate},
     };
     return options;
 }
 
-ComposeOptions parseCompose(int argc, const char* const* argv) {
+struct Flag {
+    std::string_view name;
+    void (*apply)(ComposeOptions&);
+};
+
+constexpr Flag kFlags[] = {
+    {"--antialias", [](ComposeOptions& o) { o.antialias = true; }},
+    {"--quiet", [](ComposeOptions& o) { o.quiet = true; }},
+    {"-q", [](ComposeOptions& o) { o.quiet = true; }},
+    {"--show", [](ComposeOptions& o) { o.show = true; }},
+    {"-y", [](ComposeOptions& o) { o.overwrite = Overwrite::Yes; }},
+    {"-n", [](ComposeOptions& o) { o.overwrite = Overwrite::No; }},
+};
+
+std::string_view longName(std::string_view spelled) {
+    if (spelled == "-o") return "--output";
+    if (spelled == "-r") return "--rate";
+    return spelled;
+}
+
+// Options that contradict each other or the output.
+void checkCombinations(const ComposeOptions& o) {
+    const int32_t method = o.interpolation.value_or(INTER_LINEAR);
+    if (o.antialias && (method == INTER_NN || method == INTER_SUPER))
+        usage("--antialias applies to interpolations that filter (not nn or super)");
+    if (o.outputKind != OutputKind::Y4m && o.chroma) usage("--chroma applies to .y4m output only");
+    if (o.outputKind == OutputKind::Png && o.maxFrames) usage("--frames applies to .y4m output only (a PNG holds one frame)");
+    if (o.output == "-" && o.show) usage("--show and output to standard output don't go together");
+    if (std::count(o.inputs.begin(), o.inputs.end(), "-") > 1) usage("standard input ('-') can be read once only");
+}
+
+ComposeOptions parseCompose(int argc, const char* const* argv, bool show) {
     ComposeOptions options;
+    options.show = show;
     bool optionsEnded = false;
     for (int i = 2; i < argc; ++i) {
         std::string_view arg = argv[i];
@@ -153,17 +201,14 @@ ComposeOptions parseCompose(int argc, const char* const* argv) {
             optionsEnded = true;
             continue;
         }
-        if (arg == "--antialias") {
-            options.antialias = true;
-            continue;
-        }
-        if (arg == "--quiet" || arg == "-q") {
-            options.quiet = true;
+        const auto flag = std::find_if(std::begin(kFlags), std::end(kFlags), [&](const Flag& f) { return f.name == arg; });
+        if (flag != std::end(kFlags)) {
+            flag->apply(options);
             continue;
         }
         const size_t equals = arg.find('=');
         const std::string_view spelled = arg.substr(0, equals);
-        const std::string_view name = spelled == "-o" ? "--output" : spelled;
+        const std::string_view name = longName(spelled);
         const auto option = std::find_if(valueOptions().begin(), valueOptions().end(),
                                          [&](const ValueOption& o) { return o.name == name; });
         if (option == valueOptions().end()) usage("unknown option '" + std::string(arg) + "'");
@@ -176,9 +221,10 @@ ComposeOptions parseCompose(int argc, const char* const* argv) {
         }
         option->apply(value, options);
     }
-    if (options.output.empty()) usage("compose needs an output file: -o out.png or -o out.y4m");
-    options.outputKind = outputKindOf(options.output);
-    if (options.chroma && options.outputKind != OutputKind::Y4m) usage("--chroma applies to .y4m output only");
+    if (options.output.empty() && !options.show)
+        usage("compose needs an output: -o out.png, -o out.y4m or -o - (or --show to watch it)");
+    if (!options.output.empty()) options.outputKind = outputKindOf(options.output);
+    checkCombinations(options);
     return options;
 }
 
@@ -187,16 +233,16 @@ ComposeOptions parseCompose(int argc, const char* const* argv) {
 CommandLine parseCommandLine(int argc, const char* const* argv) {
     CommandLine line;
     const std::string_view command = argc > 1 ? argv[1] : "";
-    if (command == "--help" || command == "-h" || command == "help") {
+    const auto anywhere = [&](std::string_view a, std::string_view b) {
+        return std::any_of(argv + 1, argv + argc, [&](const char* arg) { return arg == a || arg == b; });
+    };
+    if (command == "help" || anywhere("--help", "-h")) {
         line.command = Command::Help;
-    } else if (command == "--version") {
+    } else if (anywhere("--version", "-V")) {
         line.command = Command::Version;
-    } else if (command == "compose") {
-        const bool wantsHelp = std::any_of(argv + 2, argv + argc, [](const char* a) {
-            return std::string_view(a) == "--help" || std::string_view(a) == "-h";
-        });
-        line.command = wantsHelp ? Command::Help : Command::Compose;
-        if (!wantsHelp) line.compose = parseCompose(argc, argv);
+    } else if (command == "compose" || command == "show") {
+        line.command = Command::Compose;
+        line.compose = parseCompose(argc, argv, command == "show");
     } else if (command.empty()) {
         usage("no command given");
     } else {
@@ -205,92 +251,99 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     return line;
 }
 
-namespace {
-bool packsColoursInOneNumber(int32_t format) { return format == FORMAT_RGB565 || format == FORMAT_RGB555; }
-}  // namespace
-
 int32_t interpolationValue(const ComposeOptions& options) {
-    const int32_t id = options.interpolation.value_or(packsColoursInOneNumber(options.format) ? INTER_NN : INTER_LINEAR);
-    return id | (options.antialias ? RESIZE_ANTIALIASING : 0);
-}
-
-std::vector<std::string> compositionWarnings(const ComposeOptions& options) {
-    std::vector<std::string> warnings;
-    if (options.format == FORMAT_NV12)
-        warnings.push_back("in nv12 the library resizes the interleaved Cb and Cr as one channel: "
-                           "inputs that are scaled get wrong colours");
-    if (options.format == FORMAT_YUY2)
-        warnings.push_back("in yuy2 the library's resize draws every input from the top left corner, "
-                           "whatever its cell");
-    if (packsColoursInOneNumber(options.format) && options.interpolation.value_or(INTER_NN) != INTER_NN)
-        warnings.push_back("in " + std::string(nameOfFormat(options.format)) +
-                           " the library interpolates each pixel as one number: colours will be wrong "
-                           "(use --interpolation nn)");
-    return warnings;
+    return options.interpolation.value_or(INTER_LINEAR) | (options.antialias ? RESIZE_ANTIALIASING : 0);
 }
 
 std::string helpText() {
     std::string formats;
-    for (const FormatName& f : formatNames())
-        formats += "                         " + std::string(f.name) +
-                   std::string(9 - std::min<size_t>(f.name.size(), 8), ' ') + std::string(f.description) + "\n";
+    for (const TargetFormat& target : targetFormats()) {
+        const morvanames::FormatName* entry = nullptr;
+        for (const auto& e : morvanames::kFormatNames)
+            if (e.format == target.format) entry = &e;
+        std::string names = std::string(entry->names[0]);
+        for (size_t i = 1; i < entry->names.size(); ++i)
+            if (!entry->names[i].empty()) names += " (" + std::string(entry->names[i]) + ")";
+        formats += "      " + names + std::string(names.size() < 19 ? 19 - names.size() : 1, ' ') +
+                   std::string(entry->description) + "\n";
+    }
     return R"(usage: morva compose [options] -o OUTPUT [INPUT...]
+       morva show [options] [INPUT...]        (compose --show without an output)
        morva --help | --version
 
-Composes the inputs into one picture by a layout of rows and columns, and
-writes it as PNG, or as YUV4MPEG2 video when inputs are videos.
+Composes the inputs into one picture by a layout of rows and columns through
+the morva library, and writes it as PNG, or as YUV4MPEG2 video.
 
 Inputs are PNG files (any colour type and depth; transparency is flattened
 onto the background colour, since composition copies and does not blend) and
-YUV4MPEG2 videos with 8-bit 4:2:0, 4:2:2 or mono frames. With no input the
-tool composes its eight built-in test patterns, one in each of the formats
-RGB32, I420, YUY2, UYVY, NV12, RGB565, RGB24 and YV12.
+YUV4MPEG2 videos: 4:2:0, 4:2:2, 4:4:4, 4:1:1 and mono, 8 to 16 bits, video
+or full range ("-" reads one from standard input). What reading changes is
+noted on stderr: 4:4:4 chroma is averaged in pairs across, samples of more
+than 8 bits are rounded to 8, full range is mapped to video range. A video
+whose last frame is cut off, or that has bytes after its frames, gives the
+frames it has (with a note). With no input the tool composes its eight
+built-in test patterns, one in each of the formats RGB32, I420, YUY2, UYVY,
+NV12, RGB565, RGB24 and YV12.
 
 Options:
-  -o, --output FILE      .png: one picture, built from the first frame of every
-                         video. .y4m: a video (see below). Required.
+  -o, --output FILE      .png: one picture (the first frame of every video).
+                         .y4m, or - for standard output: a video. The file
+                         appears when it is complete; it never names an input.
+  -y / -n                overwrite an existing output / never overwrite. Without
+                         either, the tool asks on a terminal and refuses
+                         otherwise.
   --layout TEXT          "name:value;" pairs: rows, columns, and width, height,
                          margin-left, margin-top, margin-right, margin-bottom in
-                         percent of a cell; every pair ends in ';'. Input i takes
-                         cell i, row by row. Default: the grid, with at least as
-                         many columns as rows, that gives the inputs the most
-                         room, e.g. "rows:2;columns:2;" for 4 inputs in 1280x720
-                         and "rows:3;columns:3;" for the 8 test patterns.
-                         Layouts that put an input outside the target, leave
-                         inputs without a cell, or have more rows than columns
-                         are refused.
+                         percent of a cell. Input i takes cell i, row by row;
+                         inputs sit at the cell's top left unless margins say
+                         otherwise. A margin without a size on its axis leaves
+                         the input what the margins leave of the cell
+                         ("margin-left:10;" gives "width:90;"). Default: the
+                         grid that gives the inputs the most room, e.g.
+                         "rows:2;columns:2;" for 4 inputs in 1280x720. Layouts
+                         that put an input outside the target, leave inputs
+                         without a cell or use an unknown key are refused.
   --size WxH             target size, default 1280x720. Widths are rounded up to
                          a multiple of 4 and heights to a multiple of 2, and the
                          output has the rounded size.
-  --format NAME          format of the target that the inputs are composed in,
-                         default bgra:
-)" + formats + R"(                         An input whose direct conversion into the target would
-                         exchange Cb and Cr or red and blue (yuy2 into planar
-                         formats, i420 and yv12 into each other, uyvy into
-                         bgr24) first goes through a format that keeps its
-                         colours. Two targets give a warning: in nv12 the
-                         library resizes the interleaved chroma as one channel,
-                         and in yuy2 it draws every input from the top left.
+  --format NAME          pixel format of the target, default bgra:
+)" + formats + R"(                         Targets in which the library's composition would
+                         misplace or mix pixels (yv12, nv12, yuyv422, uyvy422,
+                         rgb565, rgb555, gray) are composed in yuv420p, yuv422p
+                         or bgr24 and converted after composing.
   --scale MODE           fit (default): whole input, centred, aspect kept;
                          fill: cell covered, aspect kept, right or bottom cut;
                          stretch: cell filled, aspect changed.
-  --interpolation NAME   nn, linear, cubic, bspline, catmullrom, b05c03, super
-                         (reduction only: an input that has to be enlarged
-                         stays out), lanczos. Default linear, but nn for rgb565
-                         and rgb555 targets, whose 16-bit pixels the library
-                         interpolates as one number (another gives a warning).
+  --interpolation NAME   nn, linear (default), cubic, bspline, catmullrom,
+                         b05c03, super, lanczos. super only reduces: an input
+                         that is enlarged is drawn with linear (with a note).
   --antialias            antialiased reduction (not with nn or super).
   --background R,G,B     colour around and between the inputs, default 0,0,0.
-  --chroma 420|422|mono  chroma of .y4m output. Default: 422 for the 4:2:2
-                         target formats (yuy2, uyvy, yuv422p), else 420.
-  --frames N             write at most N frames.
-  -q, --quiet            no progress display.
+  --chroma 420|422|mono  chroma of .y4m output. Default: 422 for yuyv422,
+                         uyvy422 and yuv422p, mono for gray, else 420.
+  -r, --rate N[/D]       frame rate of a video output (see Videos).
+  --frames N             write at most N frames (video output).
+  --show                 play the composition in a window as it is made, at
+                         its frame rate; the window stays until it is closed
+                         (q or Esc).
+  -q, --quiet            no progress line, no summary, no notes.
 
-Videos: frames are composed one by one into the output video, which runs as
-long as the longest input; a shorter video holds its last frame and a PNG
-input stands on every frame. The output's frame rate is that of the first
-video input, else 25:1. A progress bar goes to stderr while a video is being
-written, when stderr is a terminal; otherwise nothing is shown.
+Colours: YCbCr is BT.601 in video range (Y 16 to 235), as the library's own
+converters use, for the background and every conversion the tool makes
+itself; 16-bit RGB fields are rounded to the nearest level and widen back to
+full levels (white stays 255); gray is full range (0 to 255). Video output is
+tagged XCOLORRANGE=LIMITED, or FULL for gray.
+
+Videos: output frame k shows, of each video, the frame due at time k / rate,
+so inputs of different frame rates keep their speed: frames are repeated or
+skipped as needed. The rate is --rate, else the first video's (a note says so
+when the videos differ), else 25. The output runs as long as the longest
+input; a shorter video holds its last frame, and a picture stands on every
+frame. Reading, composing (two frames at once on two cores) and writing run
+in separate threads.
+
+Progress: on a terminal, a line with frames, frames per second and the time
+left; at the end one summary line on stderr.
 
 Exit status: 0 on success, 1 when an input, the output or the composition
 fails, 2 for a bad command line; the reason is told in one line on stderr.

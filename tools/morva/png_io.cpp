@@ -29,8 +29,10 @@ struct PngSession {
 
 [[noreturn]] void onPngError(png_structp png, png_const_charp message) {
     auto* session = static_cast<PngSession*>(png_get_error_ptr(png));
+    // A header libpng refuses is told only as "Invalid IHDR data" after a
+    // warning that says why; other warnings are of no use to the user.
     session->error = message;
-    if (!session->warning.empty()) session->error += " (" + session->warning + ")";
+    if (session->error == "Invalid IHDR data" && !session->warning.empty()) session->error = session->warning;
     png_longjmp(png, 1);
 }
 
@@ -131,27 +133,33 @@ bool encodePng(PngSession* session) {
 
 }  // namespace
 
-ImagePtr readPng(const std::string& path, Rgb background) {
-    const auto fail = [&](const std::string& reason) {
-        return ToolError("cannot read '" + path + "': " + reason);
-    };
-    FilePtr file(std::fopen(path.c_str(), "rb"));
+ImagePtr readPng(std::FILE* file, const std::string& name, Rgb background) {
+    const auto fail = [&](const std::string& reason) { return ToolError("cannot read '" + name + "': " + reason); };
     if (!file) throw fail(std::strerror(errno));
     png_byte signature[8] = {};
-    if (std::fread(signature, 1, sizeof signature, file.get()) != sizeof signature ||
+    if (std::fread(signature, 1, sizeof signature, file) != sizeof signature ||
         png_sig_cmp(signature, 0, sizeof signature) != 0)
         throw fail("not a PNG file");
-    std::rewind(file.get());
+    std::rewind(file);
     auto session = std::make_unique<PngSession>();
-    session->file = file.get();
+    session->file = file;
     if (!decodePng(session.get())) throw fail(session->error);
     return imageFromSession(*session, background);
 }
 
-void writePng(const std::string& path, const TImage& image) {
-    const auto fail = [&](const std::string& reason) {
-        return ToolError("cannot write '" + path + "': " + reason);
-    };
+ImagePtr readPng(const std::string& path, Rgb background) {
+    FilePtr file(std::fopen(path.c_str(), "rb"));
+    return readPng(file.get(), path, background);
+}
+
+ImagePtr readPngFromMemory(const uint8_t* bytes, size_t size, Rgb background) {
+    FilePtr file(size == 0 ? nullptr : fmemopen(const_cast<uint8_t*>(bytes), size, "rb"));
+    if (size == 0) throw ToolError("cannot read 'memory': not a PNG file");
+    return readPng(file.get(), "memory", background);
+}
+
+void writePng(std::FILE* file, const std::string& name, const TImage& image) {
+    const auto fail = [&](const std::string& reason) { return ToolError("cannot write '" + name + "': " + reason); };
     if (image.format != FORMAT_RGB32 && image.format != FORMAT_RGB24)
         throw fail("internal error: format " + std::to_string(image.format) + " is not RGB");
     auto session = std::make_unique<PngSession>();
@@ -171,22 +179,8 @@ void writePng(const std::string& path, const TImage& image) {
             out[2] = in[0];
         }
     }
-    FilePtr file(std::fopen(path.c_str(), "wb"));
-    if (!file) throw fail(std::strerror(errno));
-    session->file = file.get();
-    // From here on a failure removes the file rather than leave it cut off.
-    const auto discard = [&](const std::string& reason) {
-        file.reset();
-        std::remove(path.c_str());
-        return fail(reason);
-    };
-    if (!encodePng(session.get())) throw discard(session->error);
-    if (std::fflush(file.get()) != 0 || std::ferror(file.get())) throw discard(std::strerror(errno));
-    if (std::fclose(file.release()) != 0) {
-        const int error = errno;
-        std::remove(path.c_str());
-        throw fail(std::strerror(error));
-    }
+    session->file = file;
+    if (!encodePng(session.get())) throw fail(session->error);
 }
 
 }  // namespace morvatool
