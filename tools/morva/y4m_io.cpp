@@ -231,20 +231,23 @@ std::vector<std::string> Y4mReader::conversionNotes() const {
 }
 
 bool Y4mReader::readFrameLine() {
-    std::string line;
     const std::string after = framesRead_ == 0 ? "the header" : "frame " + std::to_string(framesRead_);
+    const std::string notAFrame = "what follows " + after + " is not a FRAME line";
+    char marker[5];
+    const size_t got = std::fread(marker, 1, sizeof marker, file_.get());
+    if (got == 0) return false;  // the end of the video
+    if (got < sizeof marker || std::memcmp(marker, kFrameMarker.data(), sizeof marker) != 0) {
+        endNote_ = notAFrame;
+        return false;
+    }
+    std::string parameters;
     try {
-        if (!readLine(file_.get(), line)) return false;
+        if (!readLine(file_.get(), parameters)) endNote_ = "frame " + std::to_string(framesRead_ + 1) + " is cut off";
     } catch (const ToolError& error) {
         endNote_ = std::string(error.what()) + " after " + after;
-        return false;
     }
-    if (line.compare(0, kFrameMarker.size(), kFrameMarker) != 0 ||
-        (line.size() > kFrameMarker.size() && line[kFrameMarker.size()] != ' ')) {
-        endNote_ = "what follows " + after + " is not a FRAME line";
-        return false;
-    }
-    return true;
+    if (endNote_.empty() && !parameters.empty() && parameters[0] != ' ') endNote_ = notAFrame;
+    return endNote_.empty();
 }
 
 // One row of `samples` samples in 8 bits into rowSamples_.
