@@ -11,7 +11,8 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libpng-dev)
+packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libpng-dev
+          libsdl2-dev libx11-dev xvfb xauth)
 # The Python package and its tests (python/), built and run by `test`.
 python_packages=(python3-dev python3-numpy python3-pybind11 python3-pytest python3-hypothesis
                  python3-dask python3-distributed)
@@ -62,9 +63,11 @@ sanitize)
         run_tests build-sanitize
     ;;
 demo)
-    configure_and_build build
+    # The library and the tool only: the tests and benchmarks wait for `test`.
+    cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+    cmake --build build -j "$jobs" --target morva_tool
     shift || true
-    build/tools/morva compose -o morva-demo.png "$@"
+    build/tools/morva compose -y -o morva-demo.png "$@"
     echo "Wrote morva-demo.png"
     ;;
 bench)

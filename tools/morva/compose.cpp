@@ -22,12 +22,9 @@ void note(const ComposeOptions& options, const std::string& text) {
 }
 
 std::vector<std::unique_ptr<Input>> openInputs(const ComposeOptions& options) {
-    if (options.inputs.empty()) return patternInputs(options.target.composeIn);
+    if (options.inputs.empty()) return patternInputs();
     std::vector<std::unique_ptr<Input>> inputs;
-    for (const std::string& path : options.inputs) {
-        inputs.push_back(openInput(path, options.target.composeIn, options.background));
-        for (const std::string& change : inputs.back()->notes()) note(options, "'" + path + "': " + change);
-    }
+    for (const std::string& path : options.inputs) inputs.push_back(openInput(path, options.background));
     return inputs;
 }
 
@@ -51,8 +48,21 @@ Rate outputRate(const ComposeOptions& options, const std::vector<std::unique_ptr
     return first.value_or(Rate{});
 }
 
+// RGB targets whose inputs are all 4:2:0 videos are composed in yuv420p and
+// converted once afterwards: the inputs carry no more colour than that, and
+// converting the composed frame costs a fraction of converting every input at
+// its own size before it is scaled.
+TargetFormat composition(const TargetFormat& asked, const std::vector<std::unique_ptr<Input>>& inputs) {
+    const bool rgb = asked.composeIn == FORMAT_RGB32 || asked.composeIn == FORMAT_RGB24;
+    const bool all420Videos = std::all_of(inputs.begin(), inputs.end(), [](const auto& input) {
+        return !input->still() && input->nativeFormat() == FORMAT_I420;
+    });
+    return rgb && all420Videos ? TargetFormat{asked.format, FORMAT_I420} : asked;
+}
+
 // What the library is asked to do with each input, and the calls that do it.
 struct RenderPlan {
+    TargetFormat target;
     std::vector<RenderCall> calls;
     std::vector<std::string> layoutNames;
     std::vector<int32_t> interpolations;  // per input
@@ -67,6 +77,8 @@ RenderPlan planRender(const ComposeOptions& options, const std::vector<std::uniq
     checkPlacement(layout, int64_t(inputs.size()), width, height);
     const GridLayout grid = parseLayoutText(layout);
     RenderPlan plan;
+    plan.target = composition(options.target, inputs);
+    for (const auto& input : inputs) input->composeIn(plan.target.composeIn);
     for (size_t i = 0; i < inputs.size(); ++i) {
         const Input& input = *inputs[i];
         const CellRect cell = cellOf(int64_t(i), grid, width, height);
@@ -111,7 +123,9 @@ private:
 // Targets whose format only rearranges the bytes of the format they are
 // composed in need no stop in their own format on the way out.
 bool targetOnlyRearranges(const TargetFormat& target) {
-    return target.format != FORMAT_RGB565 && target.format != FORMAT_RGB555 && target.format != FORMAT_GRAY8;
+    const int32_t f = target.format, in = target.composeIn;
+    return f == in || (in == FORMAT_I420 && (f == FORMAT_YV12 || f == FORMAT_NV12)) ||
+           (in == FORMAT_YVYU && (f == FORMAT_YUY2 || f == FORMAT_UYVY));
 }
 
 // A frame composed by one thread: the output's frame and the window's.
@@ -127,7 +141,7 @@ public:
                   std::optional<int32_t> outputFormat)
         : plan_(plan), background_(background),
           target_(allocateImage("target", background.width, background.height, background.format)) {
-        const TargetFormat& t = options.target;
+        const TargetFormat& t = plan.target;
         const int32_t via = targetOnlyRearranges(t) ? t.composeIn : t.format;
         if (via != t.composeIn) toTarget_.emplace(target_->width, target_->height, t.composeIn, via);
         if (outputFormat) toOutput_.emplace(target_->width, target_->height, via, *outputFormat);
@@ -275,14 +289,14 @@ void compose(const ComposeOptions& options) {
     const Rate rate = outputRate(options, inputs);
     const LayoutRegistration registration(plan);
 
-    const ImagePtr background = packCanvas(RgbCanvas(width, height, options.background), options.target.composeIn, "background");
+    const ImagePtr background = packCanvas(RgbCanvas(width, height, options.background), plan.target.composeIn, "background");
     const Y4mChroma chroma = outputChroma(options);
     std::optional<OutputFile> file;
     std::unique_ptr<FrameWriter> writer;
     if (options.outputKind != OutputKind::None) {
         file.emplace(options.output, options.overwrite, options.inputs,
                      std::find(options.inputs.begin(), options.inputs.end(), "-") == options.inputs.end());
-        const int32_t format = outputFormat(options.target, options.outputKind, chroma);
+        const int32_t format = outputFormat(plan.target, options.outputKind, chroma);
         if (options.outputKind == OutputKind::Png) {
             writer = makePngWriter(*file, format);
         } else {
@@ -303,6 +317,9 @@ void compose(const ComposeOptions& options) {
     for (unsigned i = 0; i < (maxFrames > 1 ? threads : 1u); ++i)
         composers.push_back(std::make_unique<FrameComposer>(options, plan, *background, format));
 
+    // Told once the output is open, so that a refusal stays one line.
+    for (const auto& input : inputs)
+        for (const std::string& change : input->notes()) note(options, "'" + input->name() + "': " + change);
     Progress progress(expectedFrames(inputs, rate, maxFrames), !options.quiet && options.outputKind == OutputKind::Y4m);
     const double frameSeconds = double(rate.denominator) / double(rate.numerator);
     int64_t written = 0;

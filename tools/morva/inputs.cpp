@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 #include "convert.h"
 #include "patterns.h"
@@ -16,32 +17,28 @@ namespace {
 
 class StillInput : public Input {
 public:
-    StillInput(std::string name, const TImage& picture, int32_t composeIn)
-        : Input(std::move(name)), image_(allocateImage("still", picture.width, picture.height, composeIn)) {
-        FrameConverter(picture.width, picture.height, picture.format, composeIn).convertInto(picture, *image_);
-    }
     StillInput(std::string name, ImagePtr picture) : Input(std::move(name)), image_(std::move(picture)) {}
     int32_t width() const override { return image_->width; }
     int32_t height() const override { return image_->height; }
+    int32_t nativeFormat() const override { return native_; }
+    void composeIn(int32_t format) override {
+        if (format == image_->format) return;
+        ImagePtr converted = allocateImage("still", image_->width, image_->height, format);
+        FrameConverter(image_->width, image_->height, image_->format, format).convertInto(*image_, *converted);
+        image_ = std::move(converted);
+    }
     const TImage* still() const override { return image_.get(); }
 
 private:
     ImagePtr image_;
+    int32_t native_ = image_->format;
 };
-
-std::unique_ptr<Input> stillInput(std::string name, ImagePtr picture, int32_t composeIn) {
-    if (picture->format == composeIn) return std::make_unique<StillInput>(std::move(name), std::move(picture));
-    return std::make_unique<StillInput>(std::move(name), *picture, composeIn);
-}
 
 class VideoInput : public Input {
 public:
-    VideoInput(std::unique_ptr<Y4mReader> reader, int32_t composeIn)
-        : Input(reader->name()),
-          reader_(std::move(reader)),
-          composeIn_(composeIn),
-          raw_(reader_->allocateFrameImage("video")),
-          converter_(raw_->width, raw_->height, raw_->format, composeIn) {
+    explicit VideoInput(std::unique_ptr<Y4mReader> reader)
+        : Input(reader->name()), reader_(std::move(reader)), raw_(reader_->allocateFrameImage("video")),
+          composeIn_(raw_->format) {
         // The first frame is read at once, so that a video without one is
         // refused before anything is written.
         if (!reader_->readFrame(*raw_)) {
@@ -57,24 +54,32 @@ public:
     }
     std::optional<int64_t> expectedFrames() const override { return reader_->expectedFrames(); }
     std::vector<std::string> notes() const override { return reader_->conversionNotes(); }
+    int32_t nativeFormat() const override { return raw_->format; }
+    void composeIn(int32_t format) override {
+        composeIn_ = format;
+        if (format != raw_->format) converter_.emplace(raw_->width, raw_->height, raw_->format, format);
+    }
     ImagePtr allocateFrame() const override { return allocateImage("frame", width(), height(), composeIn_); }
 
     bool readNext(TImage& image) override {
-        if (!pending_ && !reader_->readFrame(*raw_)) return false;
-        pending_ = false;
-        if (raw_->format == composeIn_)
-            std::memcpy(image.data, raw_->data, size_t(raw_->size));
-        else
-            converter_.convertInto(*raw_, image);
+        // Frames in the composition's format are read straight into place.
+        const bool direct = !converter_;
+        if (pending_) {
+            pending_ = false;
+            if (direct) std::memcpy(image.data, raw_->data, size_t(raw_->size));
+        } else if (!reader_->readFrame(direct ? image : *raw_)) {
+            return false;
+        }
+        if (!direct) converter_->convertInto(*raw_, image);
         return true;
     }
     std::string endNote() const override { return reader_->endNote(); }
 
 private:
     std::unique_ptr<Y4mReader> reader_;
-    int32_t composeIn_;
     ImagePtr raw_;
-    FrameConverter converter_;
+    int32_t composeIn_;
+    std::optional<FrameConverter> converter_;
     bool pending_ = false;
 };
 
@@ -100,19 +105,19 @@ FileKind sniff(const std::string& path) {
 
 }  // namespace
 
-std::unique_ptr<Input> openInput(const std::string& path, int32_t composeIn, Rgb background) {
+std::unique_ptr<Input> openInput(const std::string& path, Rgb background) {
     switch (sniff(path)) {
-    case FileKind::Png: return stillInput(path, readPng(path, background), composeIn);
-    case FileKind::Y4m: return std::make_unique<VideoInput>(Y4mReader::open(path), composeIn);
+    case FileKind::Png: return std::make_unique<StillInput>(path, readPng(path, background));
+    case FileKind::Y4m: return std::make_unique<VideoInput>(Y4mReader::open(path));
     case FileKind::Other: break;
     }
     throw ToolError("cannot read '" + path + "': not a PNG or YUV4MPEG2 file");
 }
 
-std::vector<std::unique_ptr<Input>> patternInputs(int32_t composeIn) {
+std::vector<std::unique_ptr<Input>> patternInputs() {
     std::vector<std::unique_ptr<Input>> inputs;
     for (const PatternDefinition& pattern : builtinPatterns())
-        inputs.push_back(stillInput(std::string(pattern.name), makePatternImage(pattern), composeIn));
+        inputs.push_back(std::make_unique<StillInput>(std::string(pattern.name), makePatternImage(pattern)));
     return inputs;
 }
 

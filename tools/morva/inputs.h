@@ -32,6 +32,10 @@ public:
     virtual std::optional<int64_t> expectedFrames() const { return std::nullopt; }
     // What reading changes of its pictures, one phrase each.
     virtual std::vector<std::string> notes() const { return {}; }
+    // The format its frames come in, and the one the composition needs them
+    // in; the latter is set once, before any frame is taken.
+    virtual int32_t nativeFormat() const = 0;
+    virtual void composeIn(int32_t format) = 0;
 
     // A picture's one frame; nothing for a video.
     virtual const TImage* still() const { return nullptr; }
@@ -49,11 +53,10 @@ private:
     std::string name_;
 };
 
-// A PNG picture or a YUV4MPEG2 video ("-": standard input), composed in
-// `composeIn`. Throws ToolError.
-std::unique_ptr<Input> openInput(const std::string& path, int32_t composeIn, Rgb background);
+// A PNG picture or a YUV4MPEG2 video ("-": standard input). Throws ToolError.
+std::unique_ptr<Input> openInput(const std::string& path, Rgb background);
 
 // The built-in test patterns, one in each of several formats.
-std::vector<std::unique_ptr<Input>> patternInputs(int32_t composeIn);
+std::vector<std::unique_ptr<Input>> patternInputs();
 
 }  // namespace morvatool

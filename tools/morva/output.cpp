@@ -75,7 +75,6 @@ OutputFile::OutputFile(const std::string& path, Overwrite overwrite, const std::
         close(descriptor);
         throw ToolError("cannot write '" + path + "': " + std::strerror(errno));
     }
-    std::setvbuf(file_, nullptr, _IOFBF, 1 << 20);
 }
 
 OutputFile::~OutputFile() {

@@ -192,9 +192,7 @@ Y4mReader::Y4mReader(FilePtr file, std::string name) : file_(std::move(file)), n
 
 std::unique_ptr<Y4mReader> Y4mReader::open(const std::string& path) {
     if (path == "-") return std::make_unique<Y4mReader>(FilePtr(stdin), "standard input");
-    FilePtr file(std::fopen(path.c_str(), "rb"));
-    if (file) std::setvbuf(file.get(), nullptr, _IOFBF, 1 << 20);
-    return std::make_unique<Y4mReader>(std::move(file), path);
+    return std::make_unique<Y4mReader>(FilePtr(std::fopen(path.c_str(), "rb")), path);
 }
 
 std::unique_ptr<Y4mReader> Y4mReader::fromMemory(const uint8_t* bytes, size_t size) {
@@ -282,6 +280,14 @@ bool Y4mReader::readRowInto(TImage& image, int index, int32_t row, int32_t sampl
 }
 
 bool Y4mReader::readPlane(TImage& image, int index, int32_t width, int32_t height) {
+    // A plane whose lines the library packs without padding is read in one go.
+    const bool asStored = header_.bits == 8 && !header_.fullRange && (index == 0 || header_.chroma != Y4mChroma::C444);
+    if (asStored && plane(image, index).stride == width) {
+        const size_t bytes = size_t(width) * size_t(height);
+        if (std::fread(planeRow(image, index, 0), 1, bytes, file_.get()) != bytes) return false;
+        padPlane(image, index, width, height, 1);
+        return true;
+    }
     for (int32_t y = 0; y < height; ++y)
         if (!readRowInto(image, index, y, width)) return false;
     const int32_t stored = index > 0 && header_.chroma == Y4mChroma::C444 ? (width + 1) / 2 : width;
@@ -334,8 +340,13 @@ void Y4mWriter::writeFrame(const TImage& image) {
     writeBytes(reinterpret_cast<const uint8_t*>("FRAME\n"), 6);
     PlaneSize planes[4];
     const int count = filePlanes(header_, planes);
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
+        if (plane(image, i).stride == planes[i].width) {
+            writeBytes(planeRow(image, i, 0), size_t(planes[i].width) * size_t(planes[i].height));
+            continue;
+        }
         for (int32_t y = 0; y < planes[i].height; ++y) writeBytes(planeRow(image, i, y), size_t(planes[i].width));
+    }
 }
 
 }  // namespace morvatool

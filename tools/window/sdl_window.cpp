@@ -12,6 +12,17 @@ namespace {
 class SdlWindow : public FrameWindow {
 public:
     SdlWindow(int32_t width, int32_t height, const std::string& title) : width_(width), height_(height) {
+        // Without a display SDL would fall back to drivers that show nothing
+        // (and probe others that talk on stderr); a driver the user chose
+        // through SDL_VIDEODRIVER is theirs.
+        if (!SDL_getenv("SDL_VIDEODRIVER")) {
+            if (SDL_getenv("WAYLAND_DISPLAY"))
+                SDL_SetHint(SDL_HINT_VIDEODRIVER, "wayland,x11");
+            else if (SDL_getenv("DISPLAY"))
+                SDL_SetHint(SDL_HINT_VIDEODRIVER, "x11");
+            else
+                throw ToolError("no display to show the window on (neither DISPLAY nor WAYLAND_DISPLAY is set)");
+        }
         if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) fail("cannot open a window");
         // At the screen's top left, at the frame's own size.
         window_ = SDL_CreateWindow(title.c_str(), 0, 0, width, height, SDL_WINDOW_RESIZABLE);
