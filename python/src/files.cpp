@@ -29,12 +29,11 @@ auto asPythonErrors(Work&& work) {
 py::dict probeInput(const std::string& path) {
     return asPythonErrors([&] {
         const auto source = morvatool::openInput(path, morvatool::Rgb{});
-        const TImage& first = source->frame(0);
         py::dict facts;
-        facts["kind"] = source->video() ? "video" : "picture";
-        facts["frames"] = source->frameCount();
-        facts["size"] = source->video() ? py::make_tuple(source->video()->width, source->video()->height)
-                                        : py::make_tuple(first.width, first.height);
+        facts["kind"] = source->still() ? "picture" : "video";
+        // A video's count is what its file's size promises (nothing for a pipe).
+        facts["frames"] = source->still() ? std::optional<int64_t>(1) : source->expectedFrames();
+        facts["size"] = py::make_tuple(source->width(), source->height());
         return facts;
     });
 }
@@ -67,7 +66,12 @@ void composeFiles(const std::vector<std::string>& inputs, const std::string& out
     checkFrameSize(size.first, size.second);
     options.width = size.first;
     options.height = size.second;
-    options.format = formatFromPython(format);
+    const int32_t formatId = formatFromPython(format);
+    const auto target = morvatool::targetByFormat(formatId);
+    if (!target) throw py::value_error("the composition of files offers no target in format " + std::to_string(formatId));
+    options.target = *target;
+    // A batch replaces the outputs it plans, as it always has.
+    options.overwrite = morvatool::Overwrite::Yes;
     options.layout = layout;
     if (method) options.interpolation = methodFromName(*method);
     options.antialias = antialias;

@@ -114,6 +114,13 @@ TEST_F(ToolFiles, DamagedFilesAreRefusedAndNeverCrashTheReader) {
         const std::string message = testing::refusal([&] { readPng(path("bad.png"), kBackdrop); });
         EXPECT_TRUE(refusedFor(message, path("bad.png"), reason)) << message << ", expecting " << reason;
     }
+    // libpng's warnings on the way (a damaged text chunk) stay out of the reason.
+    std::string text = chunk("tEXt", std::string("key\0value", 9));
+    text[text.size() - 1] ^= 1;
+    const std::string warned = pngFile(4, 2, 2, 8, {std::string(12, 'a'), std::string(12, 'b')}, text);
+    writeFile(path("warned.png"), warned.substr(0, warned.size() - 20));
+    EXPECT_EQ(testing::refusal([&] { readPng(path("warned.png"), kBackdrop); }),
+              "cannot read '" + path("warned.png") + "': the file is cut off");
     const std::string rgba = pngFile(9, 5, 6, 8, std::vector<std::string>(5, std::string(36, 'z')));
     std::mt19937 random(11);
     for (int round = 0; round < 120; ++round) {

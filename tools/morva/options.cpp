@@ -6,32 +6,13 @@
 #include <functional>
 
 #include "format_names.h"
+#include "method_names.h"
 
 namespace morvatool {
 
 namespace {
 
-struct NamedValue {
-    std::string_view name;
-    int32_t value;
-};
-
-constexpr std::array kInterpolations = {
-    NamedValue{"nn", INTER_NN},
-    NamedValue{"linear", INTER_LINEAR},
-    NamedValue{"cubic", INTER_CUBIC},
-    NamedValue{"bspline", INTER_CUBIC_BSPLINE},
-    NamedValue{"catmullrom", INTER_CUBIC_CATMULLROM},
-    NamedValue{"b05c03", INTER_CUBIC_B05C03},
-    NamedValue{"super", INTER_SUPER},
-    NamedValue{"lanczos", INTER_LANCZOS},
-};
-
-constexpr std::array kScaleModes = {
-    NamedValue{"stretch", 0},
-    NamedValue{"fit", 1},
-    NamedValue{"fill", 2},
-};
+using morvanames::NamedValue;
 
 constexpr std::array kChromas = {
     NamedValue{"420", int32_t(Y4mChroma::C420)},
@@ -134,9 +115,9 @@ const std::vector<ValueOption>& valueOptions() {
              }
              o.target = *target;
          }},
-        {"--scale", [](std::string_view v, ComposeOptions& o) { o.scaleMode = pickName(kScaleModes, "--scale", v); }},
+        {"--scale", [](std::string_view v, ComposeOptions& o) { o.scaleMode = pickName(morvanames::kScaleModeNames, "--scale", v); }},
         {"--interpolation", [](std::string_view v, ComposeOptions& o) {
-             o.interpolation = pickName(kInterpolations, "--interpolation", v);
+             o.interpolation = pickName(morvanames::kInterpolationNames, "--interpolation", v);
          }},
         {"--background", parseBackground},
         {"--chroma", [](std::string_view v, ComposeOptions& o) {

@@ -19,11 +19,15 @@ constexpr std::array kTargets = {
 
 std::span<const TargetFormat> targetFormats() { return kTargets; }
 
-std::optional<TargetFormat> targetByName(std::string_view name) {
-    const std::optional<int32_t> format = morvanames::formatByName(name);
+std::optional<TargetFormat> targetByFormat(int32_t format) {
     for (const TargetFormat& target : kTargets)
         if (format == target.format) return target;
     return std::nullopt;
+}
+
+std::optional<TargetFormat> targetByName(std::string_view name) {
+    const std::optional<int32_t> format = morvanames::formatByName(name);
+    return format ? targetByFormat(*format) : std::nullopt;
 }
 
 std::string formatName(int32_t format) {

@@ -25,6 +25,9 @@ std::span<const TargetFormat> targetFormats();
 // aliases), or nothing.
 std::optional<TargetFormat> targetByName(std::string_view name);
 
+// The target that carries `format`, or nothing if the tool offers none.
+std::optional<TargetFormat> targetByFormat(int32_t format);
+
 // The shown name of a format, or its number.
 std::string formatName(int32_t format);
 
