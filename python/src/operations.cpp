@@ -73,7 +73,11 @@ std::string layoutName(const std::string& layout) {
     checkLayoutText(layout);
     static std::set<std::string> registered;  // with the GIL held
     const std::string name = "morva-python " + layout;
-    if (registered.insert(layout).second) setLayout(name, layout.c_str());
+    // Marked only once it is defined, so that no other thread renders by it before.
+    if (!registered.count(layout)) {
+        setLayout(name, layout.c_str());
+        registered.insert(layout);
+    }
     return name;
 }
 
