@@ -81,3 +81,32 @@ def test_other_threads_run_while_the_library_works():
         counter.join()
     inside = sum(1 for t in ticks for start, end in calls if start + 0.002 < t < end - 0.002)
     assert inside > 0, f"no tick of the other thread fell inside {len(calls)} library calls"
+
+
+def test_renders_and_layout_definitions_in_many_threads_agree_with_one_thread():
+    sources = [random_image("yuv420p", 64, 48, seed=s) for s in range(4)]
+    texts = [f"rows:2;columns:2;width:{50 + 10 * i};" for i in range(4)]
+
+    def render(text):
+        target = morva.Image(128, 96, "bgra")
+        return morva.compose(target, sources, text).tobytes()
+
+    expected = {text: render(text) for text in texts}
+    failures = []
+
+    def worker(index):
+        try:
+            for turn in range(30):
+                text = texts[(index + turn) % len(texts)]
+                if render(text) != expected[text]:
+                    failures.append(text)
+                morva.define_layout(f"scratch{index}", text if turn % 2 else None)
+        except Exception as error:  # reported below, with the thread's own message
+            failures.append(repr(error))
+
+    threads = [threading.Thread(target=worker, args=(i,)) for i in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert not failures
