@@ -95,3 +95,14 @@ def test_plans_group_inputs_in_order():
                                                    ("out/grid-0002.png", ("e.png",))]
     with pytest.raises(ValueError, match="per_grid is at least 1"):
         batch.plan_grids(["a.png"], "out", per_grid=0)
+
+
+def test_an_existing_cluster_is_reached_by_its_address(inputs, tmp_path):
+    distributed = pytest.importorskip("distributed")
+    with distributed.LocalCluster(n_workers=1, threads_per_worker=1, processes=True, dashboard_address=None,
+                                  silence_logs=40) as cluster:
+        jobs = batch.plan_grids(inputs[:2], str(tmp_path / "remote"), per_grid=2)
+        remote = batch.run(jobs, OPTIONS, scheduler=cluster.scheduler_address, progress=False)
+    local = batch.run(batch.plan_grids(inputs[:2], str(tmp_path / "here"), per_grid=2), OPTIONS,
+                      scheduler="process", progress=False)
+    assert remote.ok and outputs(remote) == outputs(local)
