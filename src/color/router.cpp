@@ -3,6 +3,7 @@
 // two legs through a temporary image. The router does no pixel work itself.
 #include "color/router.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -136,51 +137,193 @@ void crossPlanes(T* const planes[3], const int32_t steps[3], T* crossed[3], int3
     crossedSteps[2] = steps[1];
 }
 
+// The pair as the table of direct routines names it: format 0 passes for 5
+// with its chroma planes exchanged, and format 6 for 5 with every second
+// chroma row, unless the target is 5.
+struct ResolvedPair {
+    int32_t src = -1;
+    int32_t dst = -1;
+    bool sourceCrossed = false;
+    bool destinationCrossed = false;
+    bool sourceRowsSkipped = false;
+    bool rawCopy = false;
+    Routine routine = nullptr;
+    bool converts() const { return rawCopy || routine != nullptr; }
+};
+
+ResolvedPair resolvePair(int32_t src, int32_t dst) {
+    ResolvedPair pair;
+    pair.sourceCrossed = src == FORMAT_YV12;
+    pair.destinationCrossed = dst == FORMAT_YV12;
+    if (pair.sourceCrossed) src = FORMAT_I420;
+    if (pair.destinationCrossed) dst = FORMAT_I420;
+    pair.rawCopy = isRawCopy(src, dst);
+    // Planar 4:2:2 passes for 4:2:0 by reading every second chroma row; the
+    // odd ones are dropped, nothing is averaged.
+    if (!pair.rawCopy && src == FORMAT_YVYU && dst != FORMAT_I420) {
+        pair.sourceRowsSkipped = true;
+        src = FORMAT_I420;
+    }
+    pair.src = src;
+    pair.dst = dst;
+    if (!pair.rawCopy) pair.routine = findRoutine(src, dst);
+    return pair;
+}
+
+// Runs a pair's routine on the planes of two images of one size.
+void runRoutine(const ResolvedPair& pair, const TImage& source, const TImage& destination) {
+    Conversion c{};
+    c.size = {destination.width, destination.height};
+    readPlanes(source, c.src, c.srcStep);
+    readPlanes(destination, c.dst, c.dstStep);
+    if (pair.sourceCrossed) {
+        std::swap(c.src[1], c.src[2]);
+        std::swap(c.srcStep[1], c.srcStep[2]);
+    }
+    if (pair.destinationCrossed) {
+        std::swap(c.dst[1], c.dst[2]);
+        std::swap(c.dstStep[1], c.dstStep[2]);
+    }
+    if (pair.sourceRowsSkipped) {
+        c.srcStep[1] *= 2;
+        c.srcStep[2] *= 2;
+    }
+    crossPlanes(c.src, c.srcStep, c.srcX, c.srcStepX);
+    crossPlanes(c.dst, c.dstStep, c.dstX, c.dstStepX);
+    pair.routine(c);
+}
+
 }  // namespace
 
 bool convertColorSpaceDirect(const TImage* source, TImage* destination) {
     if (!isValidImage(source) || !isValidImage(destination)) return false;
     if (source->width != destination->width || source->height != destination->height) return false;
-    // Format 0 passes for 5 with its chroma planes exchanged.
-    int32_t src = source->format;
-    int32_t dst = destination->format;
-    const bool sourceCrossed = src == FORMAT_YV12;
-    const bool destinationCrossed = dst == FORMAT_YV12;
-    if (sourceCrossed) src = FORMAT_I420;
-    if (destinationCrossed) dst = FORMAT_I420;
-
-    if (isRawCopy(src, dst)) {
+    const ResolvedPair pair = resolvePair(source->format, destination->format);
+    if (pair.rawCopy) {
         // The raw copies between 0 and 5 don't move the chroma planes: what
         // was Cb reads as Cr on the other side.
         ippsCopy_8u(source->data, destination->data, destination->size);
         return true;
     }
+    if (pair.routine == nullptr) return false;
+    runRoutine(pair, *source, *destination);
+    return true;
+}
 
-    Conversion c{};
-    c.size = {destination->width, destination->height};
-    readPlanes(*source, c.src, c.srcStep);
-    readPlanes(*destination, c.dst, c.dstStep);
-    if (sourceCrossed) {
-        std::swap(c.src[1], c.src[2]);
-        std::swap(c.srcStep[1], c.srcStep[2]);
-    }
-    if (destinationCrossed) {
-        std::swap(c.dst[1], c.dst[2]);
-        std::swap(c.dstStep[1], c.dstStep[2]);
-    }
-    // Planar 4:2:2 passes for 4:2:0 by reading every second chroma row; the
-    // odd ones are dropped, nothing is averaged.
-    if (src == FORMAT_YVYU && dst != FORMAT_I420) {
-        c.srcStep[1] *= 2;
-        c.srcStep[2] *= 2;
-        src = FORMAT_I420;
-    }
-    crossPlanes(c.src, c.srcStep, c.srcX, c.srcStepX);
-    crossPlanes(c.dst, c.dstStep, c.dstX, c.dstStepX);
+namespace {
 
-    const Routine routine = findRoutine(src, dst);
-    if (routine == nullptr) return false;
-    routine(c);
+// Routines that write whole groups of eight pixels and leave the rest of a
+// row as it was.
+bool writesEveryPixel(const ResolvedPair& pair) {
+    return !((pair.src == FORMAT_I420 && pair.dst == FORMAT_Y41P) ||
+             (pair.src == FORMAT_Y41P && pair.dst == FORMAT_I420));
+}
+
+// 4:2:0 to planar 4:1:1 averages chroma rows k and k + 1 and treats the
+// image's last rows on their own: a band would see other rows.
+bool convertsInBands(const ResolvedPair& pair) {
+    return !(pair.src == FORMAT_I420 && pair.dst == FORMAT_Y411);
+}
+
+// Packed 4:2:2 to planar 4:2:2 takes another chroma order by alignment.
+bool dependsOnAlignment(const ResolvedPair& pair) {
+    return pair.src == FORMAT_YUY2 && pair.dst == FORMAT_YVYU;
+}
+
+// The record of an image that convertColorSpace would allocate, laid out but
+// without a buffer; false where the allocation would fail on its geometry.
+bool layoutTemporary(int32_t width, int32_t height, int32_t format, TImage& image,
+                     PlaneInfo& info) {
+    image = TImage{};
+    image.width = width;
+    image.height = height;
+    image.format = format;
+    image.planeInfo = &info;
+    return layoutPlanes(image, info, image.size) && image.size > 0;
+}
+
+void copyRawRows(const uint8_t* sourceBytes, const ImageRows& destination) {
+    const PlaneInfo& layout = *destination.whole->planeInfo;
+    const int32_t end = destination.firstRow + destination.rows;
+    for (int32_t i = 0; i < layout.planeCount; ++i) {
+        const PlaneEntry& plane = layout.planes[i];
+        const int64_t first = planeRowOf(plane, destination.firstRow);
+        ippsCopy_8u(sourceBytes + plane.offset + first * plane.stride, destination.planes[i],
+                    planeRowsOf(plane, destination.firstRow, end) * plane.stride);
+    }
+}
+
+// One leg over a band. A raw copy reads the bytes of the whole source image
+// by the destination's layout, as the copy of the whole buffer does.
+void convertLeg(const ResolvedPair& pair, const TImage& sourceWhole, const ImageRows& source,
+                const ImageRows& destination) {
+    if (pair.rawCopy) {
+        copyRawRows(sourceWhole.data, destination);
+        return;
+    }
+    PlaneInfo sourceInfo, destinationInfo;
+    runRoutine(pair, viewOf(source, sourceInfo), viewOf(destination, destinationInfo));
+}
+
+}  // namespace
+
+ConversionRoute findConversionRoute(int32_t sourceFormat, int32_t destinationFormat,
+                                    int32_t width, int32_t height) {
+    ConversionRoute route;
+    route.sourceFormat = sourceFormat;
+    route.destinationFormat = destinationFormat;
+    route.rowStep = std::max({2, rowsPerBandStep(sourceFormat), rowsPerBandStep(destinationFormat)});
+    const bool bgraAndYv12 = (sourceFormat == FORMAT_RGB32 && destinationFormat == FORMAT_YV12) ||
+                             (sourceFormat == FORMAT_YV12 && destinationFormat == FORMAT_RGB32);
+    const ResolvedPair direct = resolvePair(sourceFormat, destinationFormat);
+    if (!bgraAndYv12 && direct.converts()) {
+        route.converts = true;
+        route.convertsInBands = convertsInBands(direct);
+        route.writesEveryPixel = writesEveryPixel(direct);
+        route.dependsOnAlignment = dependsOnAlignment(direct);
+        route.copiesBuffer = direct.rawCopy;
+        return route;
+    }
+    route.viaTemporary = true;
+    route.temporaryFormat = bgraAndYv12 ? FORMAT_RGB24 : FORMAT_I420;
+    route.rowStep = std::max(route.rowStep, rowsPerBandStep(route.temporaryFormat));
+    const ResolvedPair first = resolvePair(sourceFormat, route.temporaryFormat);
+    const ResolvedPair second = resolvePair(route.temporaryFormat, destinationFormat);
+    TImage temporary;
+    PlaneInfo temporaryInfo;
+    route.converts = first.converts() && second.converts() &&
+                     layoutTemporary(width, height, route.temporaryFormat, temporary, temporaryInfo);
+    // The second leg reads a band of the temporary image: a raw copy of it
+    // would need the whole.
+    route.convertsInBands = convertsInBands(first) && convertsInBands(second) && !second.rawCopy;
+    route.writesEveryPixel = writesEveryPixel(second);
+    route.dependsOnAlignment = dependsOnAlignment(second);
+    return route;
+}
+
+bool convertRows(const ConversionRoute& route, const TImage& source,
+                 const ImageRows& destination, ScratchBuffer& temporary) {
+    if (!route.converts) return false;
+    const ImageRows sourceRows = rowsOf(source, destination.firstRow, destination.rows);
+    if (!route.viaTemporary) {
+        convertLeg(resolvePair(route.sourceFormat, route.destinationFormat), source, sourceRows,
+                   destination);
+        return true;
+    }
+    TImage whole;
+    PlaneInfo wholeInfo;
+    layoutTemporary(source.width, source.height, route.temporaryFormat, whole, wholeInfo);
+    const BandLayout layout(whole, destination.rows);
+    uint8_t* block = temporary.reserve(layout.bytes());
+    if (block == nullptr) return false;
+    const ImageRows temporaryRows = layout.place(block, destination.firstRow, destination.rows);
+    // The temporary image starts out zero, and the second leg reads what the
+    // first leaves.
+    const ResolvedPair first = resolvePair(route.sourceFormat, route.temporaryFormat);
+    if (!writesEveryPixel(first)) clearRows(temporaryRows);
+    convertLeg(first, source, sourceRows, temporaryRows);
+    convertLeg(resolvePair(route.temporaryFormat, route.destinationFormat), whole, temporaryRows,
+               destination);
     return true;
 }
 

@@ -69,28 +69,24 @@ char* copyName(const char* name) {
 
 }  // namespace
 
-bool setPlaneInfo(TImage* image, const uint8_t* buffer) {
-    if (image == nullptr) return false;
-    const PixelFormatRow* row = findFormatRow(image->format);
+bool layoutPlanes(const TImage& image, PlaneInfo& info, int32_t& size) {
+    const PixelFormatRow* row = findFormatRow(image.format);
     if (row == nullptr) return false;
-
-    delete image->planeInfo;
-    auto* info = new PlaneInfo{};
-    info->planeCount = row->planes;
-    info->interpolation = INTER_NN;
-    info->scaleMode = 1;
-    image->planeInfo = info;
-    image->size = 0;
+    info = PlaneInfo{};
+    info.planeCount = row->planes;
+    info.interpolation = INTER_NN;
+    info.scaleMode = 1;
+    size = 0;
 
     const int32_t bytesPerChannel = (row->bits + 7) >> 3;
     int64_t total = 0;
     for (int i = 0; i < row->planes; ++i) {
         const PlaneGroup& group = row->group[i];
         const std::optional<PlaneGeometry> geometry =
-            planeGeometry(*image, *row, group, bytesPerChannel);
+            planeGeometry(image, *row, group, bytesPerChannel);
         if (!geometry || total + geometry->size > kMaxImageBytes) return false;
         const PlaneGeometry& g = *geometry;
-        PlaneEntry& plane = info->planes[i];
+        PlaneEntry& plane = info.planes[i];
         plane.bytesPerChannel = bytesPerChannel;
         plane.channels = group.channels;
         plane.subW = group.subW;
@@ -102,7 +98,17 @@ bool setPlaneInfo(TImage* image, const uint8_t* buffer) {
         plane.size = int32_t(g.size);
         total += g.size;
     }
-    image->size = int32_t(total);
+    size = int32_t(total);
+    return true;
+}
+
+bool setPlaneInfo(TImage* image, const uint8_t* buffer) {
+    if (image == nullptr || findFormatRow(image->format) == nullptr) return false;
+    delete image->planeInfo;
+    auto* info = new PlaneInfo{};
+    image->planeInfo = info;
+    image->size = 0;
+    if (!layoutPlanes(*image, *info, image->size)) return false;
 
     if (buffer != nullptr) {
         image->data = const_cast<uint8_t*>(buffer);
@@ -115,10 +121,12 @@ bool setPlaneInfo(TImage* image, const uint8_t* buffer) {
         ippsZero_8u(image->data, image->size);
         image->owned = true;
     }
-    for (int i = 0; i < row->planes; ++i)
+    for (int i = 0; i < info->planeCount; ++i)
         info->planes[i].data = image->data + info->planes[i].offset;
     return true;
 }
+
+void reserveImageIds(int32_t count) { g_lastImageId += count; }
 
 std::string describeImage(const TImage* image) {
     if (!isValidImage(image)) return {};

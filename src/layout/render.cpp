@@ -9,47 +9,64 @@
 #include "image/image.h"
 #include "layout/geometry.h"
 #include "layout/layout_registry.h"
+#include "layout/render_bands.h"
 #include "resample/resize_driver.h"
 #include "trace/trace.h"
 
 namespace morva {
 
 bool copyWithResize(const TImage* source, const IppiRect& sourceRect, TImage* target,
-                    const IppiRect& cellRect, int32_t interpolation, int32_t scaleMode) {
+                    const IppiRect& cellRect, int32_t interpolation, int32_t scaleMode,
+                    ScratchBuffer& work) {
     if (!isValidImage(source) || !isValidImage(target) || source->format != target->format)
         return false;
-    const std::optional<TargetPlacement> placed = calcTargetRect(sourceRect, cellRect, scaleMode);
+    const std::optional<CellPlacement> placed = placeInCell(sourceRect, cellRect, scaleMode);
     if (!placed) return false;
-    // Aligned inward to multiples of 4; the factors stay those of the
-    // unaligned rectangle.
-    const std::optional<IppiRect> aligned = alignInward(placed->rect);
-    if (!aligned) return false;
-    return resizeImageInternal(source, sourceRect, target, *aligned, interpolation,
-                               placed->xFactor, placed->yFactor);
+    return resizeImageInternal(source, sourceRect, target, placed->rect, interpolation,
+                               placed->xFactor, placed->yFactor, work);
+}
+
+bool copyWithResize(const TImage* source, const IppiRect& sourceRect, TImage* target,
+                    const IppiRect& cellRect, int32_t interpolation, int32_t scaleMode) {
+    ScratchBuffer work;
+    return copyWithResize(source, sourceRect, target, cellRect, interpolation, scaleMode, work);
+}
+
+namespace {
+struct ImageDeleter {
+    void operator()(TImage* image) const { morvaFreeImage(image); }
+};
+}  // namespace
+
+void renderSourceWholeFrame(const TImage& source, const IppiRect& cell, TImage& target,
+                            ScratchBuffer& work) {
+    const IppiRect sourceRect{0, 0, source.width, source.height};
+    std::unique_ptr<TImage, ImageDeleter> converted;
+    if (source.format != target.format) {
+        converted.reset(morvaAllocateImage("colorspaceconverter", source.width, source.height,
+                                           target.format, nullptr, 0));
+        if (!converted) return;
+        convertColorSpace(&source, converted.get());
+    }
+    copyWithResize(converted ? converted.get() : &source, sourceRect, &target, cell,
+                   source.planeInfo->interpolation, source.planeInfo->scaleMode, work);
 }
 
 namespace {
 
-struct ImageDeleter {
-    void operator()(TImage* image) const { morvaFreeImage(image); }
-};
-
 // Source i into its cell: converted at its own size when its format differs,
-// then resized by its own attributes. Failures stay with this source.
-void renderSource(const TImage* source, int32_t index, const LayoutRecord& layout, TImage* target,
-                  int32_t targetWidth, int32_t targetHeight) {
-    const IppiRect sourceRect{0, 0, source->width, source->height};
+// then resized by its own attributes. Failures stay with this source. The
+// trace shows the steps of the whole-frame path: with the trace on, that is
+// the path taken.
+void renderSource(const TImage& source, int32_t index, const LayoutRecord& layout,
+                  TImage& target, int32_t targetWidth, int32_t targetHeight,
+                  RenderBuffers& buffers) {
     const std::optional<IppiRect> cell = calcCellRect(index, layout, targetWidth, targetHeight);
     if (!cell) return;
-    std::unique_ptr<TImage, ImageDeleter> converted;
-    if (source->format != target->format) {
-        converted.reset(morvaAllocateImage("colorspaceconverter", source->width, source->height,
-                                           target->format, nullptr, 0));
-        if (!converted) return;
-        convertColorSpace(source, converted.get());
-    }
-    copyWithResize(converted ? converted.get() : source, sourceRect, target, *cell,
-                   source->planeInfo->interpolation, source->planeInfo->scaleMode);
+    if (source.format != target.format && !traceEnabled() &&
+        renderConvertedInBands(source, *cell, target, buffers))
+        return;
+    renderSourceWholeFrame(source, *cell, target, buffers.work);
 }
 
 struct Candidate {
@@ -97,9 +114,11 @@ bool morvaRender(const char* layoutName, TImage* target, TImage* const* sources,
     const int32_t height = target->height;
     // Later sources overwrite earlier ones; an invalid source keeps its cell
     // and the others keep their indices.
+    morva::RenderBuffers& buffers = morva::threadRenderBuffers();
     for (int32_t i = 0; i < count; ++i)
         if (isValidImage(sourceAt(i)))
-            morva::renderSource(sourceAt(i), i, *layout, target, width, height);
+            morva::renderSource(*sourceAt(i), i, *layout, *target, width, height, buffers);
+    buffers.trim(morva::kKeptRenderBytes);
     return true;
 }
 

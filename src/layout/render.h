@@ -2,6 +2,7 @@
 // and copying share.
 #pragma once
 
+#include "kernels/scratch.h"
 #include "kernels/types.h"
 #include "morva.h"
 
@@ -12,5 +13,18 @@ namespace morva {
 // mode other than stretch, fit and fill, with the target untouched.
 bool copyWithResize(const TImage* source, const IppiRect& sourceRect, TImage* target,
                     const IppiRect& cellRect, int32_t interpolation, int32_t scaleMode);
+
+// The same with the resize's work buffers taken from work.
+bool copyWithResize(const TImage* source, const IppiRect& sourceRect, TImage* target,
+                    const IppiRect& cellRect, int32_t interpolation, int32_t scaleMode,
+                    ScratchBuffer& work);
+
+// One source of a render into its cell through the whole converted frame:
+// a zero-filled image "colorspaceconverter" of the source's size and the
+// target's format, convertColorSpace into it, copyWithResize from it; or
+// copyWithResize from the source itself where the formats agree. The path of
+// the trace, and the reference that every faster path equals.
+void renderSourceWholeFrame(const TImage& source, const IppiRect& cell, TImage& target,
+                            ScratchBuffer& work);
 
 }  // namespace morva

@@ -1,0 +1,43 @@
+// A work buffer that is reused from one use to the next: it is reallocated
+// only when a larger one is asked for, through the library's allocator.
+#pragma once
+
+#include <cstdint>
+
+#include "kernels/memory.h"
+
+namespace morva {
+
+class ScratchBuffer {
+public:
+    ScratchBuffer() = default;
+    ScratchBuffer(const ScratchBuffer&) = delete;
+    ScratchBuffer& operator=(const ScratchBuffer&) = delete;
+    ~ScratchBuffer() { release(); }
+
+    // At least bytes bytes, 32-byte aligned; null where the allocator fails
+    // or bytes is below 1. The contents are not kept across a growth.
+    uint8_t* reserve(int64_t bytes) {
+        if (bytes < 1 || bytes > INT32_MAX) return nullptr;
+        if (bytes > capacity_) {
+            release();
+            data_ = ippsMalloc_8u(int32_t(bytes));
+            capacity_ = data_ != nullptr ? bytes : 0;
+        }
+        return data_;
+    }
+
+    int64_t capacity() const { return capacity_; }
+
+    void release() {
+        ippsFree(data_);
+        data_ = nullptr;
+        capacity_ = 0;
+    }
+
+private:
+    uint8_t* data_ = nullptr;
+    int64_t capacity_ = 0;
+};
+
+}  // namespace morva

@@ -1,0 +1,331 @@
+// A source converted and resized into its cell band by band. The whole-frame
+// path converts the source into a zero-filled image of its size and then
+// resizes that image into the cell; here only the rows that a band of
+// target rows reads are converted, into a window that slides down the
+// converted image, with each row at the offset from a 32-byte boundary that
+// it has in the whole image. Rows that a conversion leaves unwritten are
+// zero as in the whole image, and so is every row where the conversion
+// fails.
+#include "layout/render_bands.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "color/router.h"
+#include "image/image.h"
+#include "image/image_rows.h"
+#include "layout/geometry.h"
+#include "resample/resize_driver.h"
+
+namespace morva {
+namespace {
+
+// About this many bytes of converted rows are held at once: the window, the
+// rows it feeds and the target rows made from them stay in the cache.
+constexpr int64_t kWindowBytes = int64_t(256) << 10;
+
+// The image "colorspaceconverter" as the whole-frame path allocates it: the
+// source's size, the target's format. Laid out only.
+class ConvertedLayout {
+public:
+    ConvertedLayout(const TImage& source, int32_t format) {
+        image_.width = source.width;
+        image_.height = source.height;
+        image_.format = format;
+        image_.planeInfo = &info_;
+        available_ = layoutPlanes(image_, info_, image_.size) && image_.size > 0;
+    }
+    ConvertedLayout(const ConvertedLayout&) = delete;
+    ConvertedLayout& operator=(const ConvertedLayout&) = delete;
+
+    const TImage& image() const { return image_; }
+    // What the allocation needs besides memory: a geometry it accepts.
+    bool available() const { return available_; }
+    // Bytes of one image row over all planes, at least 1.
+    int64_t rowBytes() const { return std::max<int64_t>(1, image_.size / image_.height); }
+
+private:
+    TImage image_{};
+    PlaneInfo info_{};
+    bool available_ = false;
+};
+
+int32_t alignDown(int32_t value, int32_t step) { return value / step * step; }
+
+int32_t alignUp(int64_t value, int32_t step) {
+    return int32_t((value + step - 1) / step * step);
+}
+
+// A plane's origin for the resize: where its row 0 would lie if the whole
+// image were there. Formed as an address, since it lies before the block
+// for every band but the first; the resize reads only the band's rows.
+const uint8_t* planeOrigin(const ImageRows& band, int32_t plane) {
+    const PlaneEntry& entry = band.whole->planeInfo->planes[plane];
+    const uintptr_t first = reinterpret_cast<uintptr_t>(band.planes[plane]);
+    const uintptr_t before = uintptr_t(planeRowOf(entry, band.firstRow)) * uintptr_t(entry.stride);
+    return reinterpret_cast<const uint8_t*>(first - before);
+}
+
+// Rows of the converted image in the window's block: rows [first, end) of
+// the image, moved up when the window slides, so that rows shared by two
+// bands are converted once.
+class ConvertedWindow {
+public:
+    ConvertedWindow(const TImage& source, const ConversionRoute& route, const TImage& converted,
+                    int32_t maxRows, RenderBuffers& buffers)
+        : source_(source), route_(route), layout_(converted, maxRows), buffers_(buffers) {}
+
+    bool ready() { return (block_ = buffers_.window.reserve(layout_.bytes())) != nullptr; }
+
+    // Makes rows [first, end) of the converted image present; first never
+    // goes back up.
+    void cover(int32_t first, int32_t end) {
+        const ImageRows next = layout_.place(block_, first, end - first);
+        const int32_t held = rows_.firstRow + rows_.rows;
+        int32_t from = first;
+        if (rows_.whole != nullptr && first >= rows_.firstRow && first < held) {
+            moveRows(rows_, next);
+            from = std::min(held, end);
+        }
+        rows_ = next;
+        if (from < end) convert(from, end);
+    }
+
+    const ImageRows& rows() const { return rows_; }
+
+private:
+    // Rows [first, end) of the window as the whole image would hold them
+    // after the conversion: zero where it writes nothing.
+    void convert(int32_t first, int32_t end) {
+        ImageRows part = rows_;
+        part.firstRow = first;
+        part.rows = end - first;
+        for (int32_t i = 0; i < rows_.whole->planeInfo->planeCount; ++i) {
+            const PlaneEntry& plane = rows_.whole->planeInfo->planes[i];
+            part.planes[i] += int64_t(planeRowOf(plane, first) - planeRowOf(plane, rows_.firstRow)) *
+                              plane.stride;
+        }
+        if (!route_.converts || !route_.writesEveryPixel) clearRows(part);
+        if (route_.converts && !convertRows(route_, source_, part, buffers_.temporary))
+            clearRows(part);
+    }
+
+    const TImage& source_;
+    const ConversionRoute& route_;
+    BandLayout layout_;
+    RenderBuffers& buffers_;
+    uint8_t* block_ = nullptr;
+    ImageRows rows_;
+};
+
+// Target rows in bands of `height` image rows: band k of a plane covers its
+// rows geometry.y0 + k * (height / subH) on, within the rows it writes.
+class BandSchedule {
+public:
+    BandSchedule(const ImageResizePlan& plan, int32_t height) : plan_(plan), height_(height) {}
+
+    bool empty(int32_t band) const {
+        for (int32_t p = 0; p < plan_.planeCount; ++p)
+            if (rowsOf(p, band).first < rowsOf(p, band).end) return false;
+        return true;
+    }
+
+    RowRange rowsOf(int32_t plane, int32_t band) const {
+        const PlaneResize& p = plan_.planes[plane];
+        if (p.action == PlaneAction::Nothing) return {};
+        const int64_t step = height_ / p.destination.subH;
+        const int64_t end = int64_t(p.geometry.y0) + p.geometry.height;
+        const int64_t first = std::min(p.geometry.y0 + step * band, end);
+        return {int32_t(first), int32_t(std::min(first + step, end))};
+    }
+
+    // The converted image's rows that band k reads, on multiples of rowStep.
+    RowRange sourceRowsOf(int32_t band, int32_t rowStep, int32_t imageHeight) const {
+        int64_t first = INT32_MAX, end = 0;
+        for (int32_t p = 0; p < plan_.planeCount; ++p) {
+            const RowRange rows = rowsOf(p, band);
+            if (rows.first >= rows.end) continue;
+            const RowRange read = morva::sourceRowsOf(plan_.planes[p], rows.first, rows.end);
+            const int32_t subH = plan_.planes[p].source.subH;
+            first = std::min<int64_t>(first, int64_t(read.first) * subH);
+            end = std::max<int64_t>(end, int64_t(read.end) * subH);
+        }
+        if (first >= end) return {};
+        return {alignDown(int32_t(first), rowStep),
+                std::min(alignUp(end, rowStep), imageHeight)};
+    }
+
+private:
+    const ImageResizePlan& plan_;
+    int32_t height_;
+};
+
+// Band height in target image rows: a window of about kWindowBytes of
+// converted rows, a multiple of four rows in every plane (nearest neighbour
+// builds its row table in blocks of four).
+int32_t bandHeight(const ConvertedLayout& converted, double yFactor, int32_t targetFormat) {
+    const int32_t unit = 4 * rowsPerBandStep(targetFormat);
+    const double rows = double(kWindowBytes / converted.rowBytes()) * yFactor;
+    const double clamped = std::clamp(rows, double(unit), double(INT32_MAX / 2));
+    return std::max(unit, alignDown(int32_t(clamped), unit));
+}
+
+// The resize of every band from a window that slides down the converted
+// image.
+void resizeThroughWindow(const TImage& source, const ConversionRoute& route,
+                         const ConvertedLayout& converted, const ImageResizePlan& plan,
+                         double yFactor, TImage& target, RenderBuffers& buffers) {
+    const BandSchedule schedule(plan, bandHeight(converted, yFactor, target.format));
+    const int32_t imageHeight = converted.image().height;
+    int32_t maxRows = 0;
+    for (int32_t band = 0; !schedule.empty(band); ++band) {
+        const RowRange rows = schedule.sourceRowsOf(band, route.rowStep, imageHeight);
+        maxRows = std::max(maxRows, rows.end - rows.first);
+    }
+    ConvertedWindow window(source, route, converted.image(), maxRows, buffers);
+    if (maxRows == 0 || !window.ready()) return;
+    for (int32_t band = 0; !schedule.empty(band); ++band) {
+        const RowRange rows = schedule.sourceRowsOf(band, route.rowStep, imageHeight);
+        window.cover(rows.first, rows.end);
+        for (int32_t p = 0; p < plan.planeCount; ++p) {
+            const RowRange out = schedule.rowsOf(p, band);
+            resizePlaneRows(plan.planes[p], planeOrigin(window.rows(), p),
+                            target.planeInfo->planes[p].data, out.first, out.end, buffers.work);
+        }
+    }
+}
+
+// The cell of an identity resize that takes every source column, and every
+// row from the top down to rows: the conversion can write there itself.
+// Null where some plane is cut otherwise or not copied.
+std::optional<ImageRows> cellOfPlainCopy(const ImageResizePlan& plan, const TImage& converted,
+                                         const TImage& target, int32_t rowStep,
+                                         PlaneInfo& cellInfo) {
+    if (plan.kind != ImageResizePlan::Kind::Planes || !plan.result ||
+        plan.planeCount != converted.planeInfo->planeCount)
+        return std::nullopt;
+    const int32_t rows = plan.planes[0].geometry.height;
+    if (rows % rowStep != 0 && rows != converted.height) return std::nullopt;
+    cellInfo = *converted.planeInfo;
+    ImageRows cell{&converted, 0, rows, {}};
+    for (int32_t i = 0; i < plan.planeCount; ++i) {
+        const PlaneResize& p = plan.planes[i];
+        const ResizeGeometry& g = p.geometry;
+        if (p.action != PlaneAction::Copy || g.x0 != p.xShift || g.y0 != p.yShift ||
+            g.width != p.source.width || g.height != planeRowsOf(p.source, 0, rows))
+            return std::nullopt;
+        const PlaneEntry& plane = target.planeInfo->planes[i];
+        cellInfo.planes[i].stride = plane.stride;
+        cell.planes[i] = plane.data + int64_t(g.y0) * plane.stride +
+                         int64_t(g.x0) * plane.bytesPerChannel * plane.channels;
+    }
+    return cell;
+}
+
+// Converts rows of the source straight into destination, band by band so
+// that a temporary image's rows stay few; clearing each band first where the
+// whole image would hold zeros.
+void convertInBands(const TImage& source, const ConversionRoute& route, const ImageRows& whole,
+                    int32_t bandRows, bool clearFirst, RenderBuffers& buffers) {
+    for (int32_t first = 0; first < whole.rows; first += bandRows) {
+        ImageRows band = whole;
+        band.firstRow = first;
+        band.rows = std::min(bandRows, whole.rows - first);
+        for (int32_t i = 0; i < whole.whole->planeInfo->planeCount; ++i) {
+            const PlaneEntry& plane = whole.whole->planeInfo->planes[i];
+            band.planes[i] += int64_t(planeRowOf(plane, first)) * plane.stride;
+        }
+        if (clearFirst) clearRows(band);
+        if (route.converts && !convertRows(route, source, band, buffers.temporary))
+            clearRows(band);
+    }
+}
+
+int32_t conversionBandRows(const ConvertedLayout& converted, int32_t rowStep) {
+    return std::max(rowStep, alignDown(int32_t(std::min<int64_t>(
+                                           kWindowBytes / converted.rowBytes(), INT32_MAX / 2)),
+                                       rowStep));
+}
+
+}  // namespace
+
+void RenderBuffers::trim(int64_t keptBytes) {
+    for (ScratchBuffer* buffer : {&window, &temporary, &work})
+        if (buffer->capacity() > keptBytes) buffer->release();
+}
+
+RenderBuffers& threadRenderBuffers() {
+    thread_local RenderBuffers buffers;
+    return buffers;
+}
+
+std::optional<CellPlacement> placeInCell(const IppiRect& sourceRect, const IppiRect& cellRect,
+                                         int32_t scaleMode) {
+    const std::optional<TargetPlacement> placed = calcTargetRect(sourceRect, cellRect, scaleMode);
+    if (!placed) return std::nullopt;
+    const std::optional<IppiRect> aligned = alignInward(placed->rect);
+    if (!aligned) return std::nullopt;
+    return CellPlacement{*aligned, placed->xFactor, placed->yFactor};
+}
+
+bool renderConvertedInBands(const TImage& source, const IppiRect& cell, TImage& target,
+                            RenderBuffers& buffers) {
+    const ConvertedLayout converted(source, target.format);
+    // An image the allocation rounds to another size is left to the
+    // whole-frame path, where the conversion refuses the sizes.
+    if (converted.image().width != source.width || converted.image().height != source.height)
+        return false;
+    if (!converted.available()) {
+        reserveImageIds(1);  // "colorspaceconverter" takes its id and fails: the source is skipped
+        return true;
+    }
+    const ConversionRoute route =
+        findConversionRoute(source.format, target.format, source.width, source.height);
+    if (route.converts && !route.convertsInBands) return false;
+    const IppiRect sourceRect{0, 0, source.width, source.height};
+    const std::optional<CellPlacement> placed =
+        placeInCell(sourceRect, cell, source.planeInfo->scaleMode);
+    ImageResizePlan plan;
+    if (placed)
+        plan = planImageResize(converted.image(), sourceRect, target, placed->rect,
+                               source.planeInfo->interpolation, placed->xFactor, placed->yFactor);
+    for (int32_t p = 0; p < plan.planeCount; ++p)
+        if (!runsInBands(plan.planes[p])) return false;
+    // The target has the converted image's layout where the whole buffer is
+    // copied: converting in place gives the same bytes, unless the result
+    // hangs on alignment and the target's buffer lies otherwise than an
+    // allocation's.
+    const bool wholeCopy = plan.kind == ImageResizePlan::Kind::WholeCopy;
+    if (plan.kind == ImageResizePlan::Kind::PackedYuv422 ||
+        (wholeCopy && route.dependsOnAlignment &&
+         reinterpret_cast<uintptr_t>(target.data) % 32 != 0))
+        return false;
+
+    reserveImageIds(route.viaTemporary ? 2 : 1);
+    const int32_t bandRows = conversionBandRows(converted, route.rowStep);
+    if (wholeCopy) {
+        // Padding and planes no conversion writes are cleared, as in the
+        // zero-filled image.
+        convertInBands(source, route, rowsOf(target, 0, target.height), bandRows, true, buffers);
+        return true;
+    }
+    if (plan.kind != ImageResizePlan::Kind::Planes) return true;
+    PlaneInfo cellInfo;
+    const std::optional<ImageRows> straight =
+        route.converts && route.writesEveryPixel && !route.dependsOnAlignment &&
+                !route.copiesBuffer
+            ? cellOfPlainCopy(plan, converted.image(), target, route.rowStep, cellInfo)
+            : std::nullopt;
+    if (straight) {
+        TImage cellLayout = converted.image();
+        cellLayout.planeInfo = &cellInfo;
+        ImageRows rows = *straight;
+        rows.whole = &cellLayout;
+        convertInBands(source, route, rows, bandRows, false, buffers);
+        return true;
+    }
+    resizeThroughWindow(source, route, converted, plan, placed->yFactor, target, buffers);
+    return true;
+}
+
+}  // namespace morva
