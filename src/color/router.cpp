@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 #include "color/bgr_to_ycbcr.h"
@@ -255,10 +256,9 @@ void copyRawRows(const uint8_t* sourceBytes, const ImageRows& destination) {
 
 // One leg over a band. A raw copy reads the bytes of the whole source image
 // by the destination's layout, as the copy of the whole buffer does.
-void convertLeg(const ResolvedPair& pair, const TImage& sourceWhole, const ImageRows& source,
-                const ImageRows& destination) {
+void convertLeg(const ResolvedPair& pair, const ImageRows& source, const ImageRows& destination) {
     if (pair.rawCopy) {
-        copyRawRows(sourceWhole.data, destination);
+        copyRawRows(source.whole->data, destination);
         return;
     }
     PlaneInfo sourceInfo, destinationInfo;
@@ -282,6 +282,7 @@ ConversionRoute findConversionRoute(int32_t sourceFormat, int32_t destinationFor
         route.writesEveryPixel = writesEveryPixel(direct);
         route.dependsOnAlignment = dependsOnAlignment(direct);
         route.copiesBuffer = direct.rawCopy;
+        route.readsSourceBuffer = direct.rawCopy;
         return route;
     }
     route.viaTemporary = true;
@@ -298,21 +299,27 @@ ConversionRoute findConversionRoute(int32_t sourceFormat, int32_t destinationFor
     route.convertsInBands = convertsInBands(first) && convertsInBands(second) && !second.rawCopy;
     route.writesEveryPixel = writesEveryPixel(second);
     route.dependsOnAlignment = dependsOnAlignment(second);
+    route.readsSourceBuffer = first.rawCopy;
     return route;
 }
 
 bool convertRows(const ConversionRoute& route, const TImage& source,
                  const ImageRows& destination, ScratchBuffer& temporary) {
+    return convertRows(route, rowsOf(source, destination.firstRow, destination.rows), destination,
+                       temporary);
+}
+
+bool convertRows(const ConversionRoute& route, const ImageRows& source,
+                 const ImageRows& destination, ScratchBuffer& temporary) {
     if (!route.converts) return false;
-    const ImageRows sourceRows = rowsOf(source, destination.firstRow, destination.rows);
     if (!route.viaTemporary) {
-        convertLeg(resolvePair(route.sourceFormat, route.destinationFormat), source, sourceRows,
-                   destination);
+        convertLeg(resolvePair(route.sourceFormat, route.destinationFormat), source, destination);
         return true;
     }
     TImage whole;
     PlaneInfo wholeInfo;
-    layoutTemporary(source.width, source.height, route.temporaryFormat, whole, wholeInfo);
+    layoutTemporary(source.whole->width, source.whole->height, route.temporaryFormat, whole,
+                    wholeInfo);
     const BandLayout layout(whole, destination.rows);
     uint8_t* block = temporary.reserve(layout.bytes());
     if (block == nullptr) return false;
@@ -321,8 +328,8 @@ bool convertRows(const ConversionRoute& route, const TImage& source,
     // first leaves.
     const ResolvedPair first = resolvePair(route.sourceFormat, route.temporaryFormat);
     if (!writesEveryPixel(first)) clearRows(temporaryRows);
-    convertLeg(first, source, sourceRows, temporaryRows);
-    convertLeg(resolvePair(route.temporaryFormat, route.destinationFormat), whole, temporaryRows,
+    convertLeg(first, source, temporaryRows);
+    convertLeg(resolvePair(route.temporaryFormat, route.destinationFormat), temporaryRows,
                destination);
     return true;
 }
@@ -339,6 +346,46 @@ bool convertColorSpaceWithTemoraryImage(const TImage* source, TImage* destinatio
     return ok;
 }
 
+namespace {
+
+// About this many bytes of destination rows a band, when the two legs run
+// band by band.
+constexpr int64_t kBandBytes = int64_t(256) << 10;
+
+// The two legs band by band, through rows of the temporary image instead of
+// the whole of it: the same bytes where the route converts in bands, and the
+// same id taken. Nothing where the trace is on, whose lines tell of the
+// whole temporary image, or where the sizes differ.
+std::optional<bool> convertThroughTemporaryRows(const TImage& source, TImage& destination) {
+    if (traceEnabled() || source.width != destination.width ||
+        source.height != destination.height)
+        return std::nullopt;
+    const ConversionRoute route =
+        findConversionRoute(source.format, destination.format, source.width, source.height);
+    if (!route.convertsInBands) return std::nullopt;
+    reserveImageIds(1);  // the temporary image is made, or fails, with its id
+    if (!route.converts) return false;
+    const int64_t rowBytes = std::max<int64_t>(1, destination.size / destination.height);
+    const int32_t bandRows = int32_t(std::clamp<int64_t>(kBandBytes / rowBytes / route.rowStep, 1,
+                                                         destination.height)) *
+                             route.rowStep;
+    for (int32_t first = 0; first < destination.height; first += bandRows) {
+        const int32_t rows = std::min(bandRows, destination.height - first);
+        if (!convertRows(route, source, rowsOf(destination, first, rows),
+                         threadWorkBuffers().temporary))
+            return false;
+    }
+    return true;
+}
+
+bool convertThroughTemporary(const TImage& source, TImage& destination, int32_t temporaryFormat) {
+    const std::optional<bool> inBands = convertThroughTemporaryRows(source, destination);
+    if (inBands) return *inBands;
+    return convertColorSpaceWithTemoraryImage(&source, &destination, temporaryFormat);
+}
+
+}  // namespace
+
 bool convertColorSpace(const TImage* source, TImage* destination) {
     CTraces scope("convertColorSpace()");
     if (!isValidImage(source) || !isValidImage(destination)) return false;
@@ -350,10 +397,10 @@ bool convertColorSpace(const TImage* source, TImage* destination) {
     if (bgraAndYv12) {
         if (source->width != destination->width || source->height != destination->height)
             return false;
-        return convertColorSpaceWithTemoraryImage(source, destination, FORMAT_RGB24);
+        return convertThroughTemporary(*source, *destination, FORMAT_RGB24);
     }
     if (convertColorSpaceDirect(source, destination)) return true;
-    return convertColorSpaceWithTemoraryImage(source, destination, FORMAT_I420);
+    return convertThroughTemporary(*source, *destination, FORMAT_I420);
 }
 
 }  // namespace morva

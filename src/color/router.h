@@ -28,8 +28,9 @@ struct ConversionRoute {
     // Where the destination's rows lie in memory decides the result.
     bool dependsOnAlignment = false;
     // The source's buffer is copied as it stands, read by the destination's
-    // plane layout.
+    // plane layout: as the whole route, or as its first leg.
     bool copiesBuffer = false;
+    bool readsSourceBuffer = false;
 };
 
 // The route for images of width by height; what convertColorSpace does
@@ -43,6 +44,12 @@ ConversionRoute findConversionRoute(int32_t sourceFormat, int32_t destinationFor
 // rows are held in temporary. False, with nothing written, where the route
 // doesn't convert or temporary can't be had.
 bool convertRows(const ConversionRoute& route, const TImage& source,
+                 const ImageRows& destination, ScratchBuffer& temporary);
+
+// The same from rows of a source held apart from it, over the same rows of
+// the whole image. A route that reads the source's buffer needs the rows of
+// a whole image in place.
+bool convertRows(const ConversionRoute& route, const ImageRows& source,
                  const ImageRows& destination, ScratchBuffer& temporary);
 
 // Internal steps, exposed for tests.

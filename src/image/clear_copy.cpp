@@ -2,11 +2,13 @@
 // size and format.
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 
 #include "color/router.h"
 #include "image/image.h"
 #include "kernels/plane.h"
 #include "layout/render.h"
+#include "layout/render_bands.h"
 #include "trace/trace.h"
 
 namespace morva {
@@ -96,19 +98,20 @@ bool morvaCopyImage(const TImage* source, TImage* destination, int32_t interpola
                     int32_t scaleMode) {
     morva::CTraces scope("morvaCopyImage()");
     if (!morva::isValidImage(source) || !morva::isValidImage(destination)) return false;
+    morva::WorkBuffers& buffers = morva::threadWorkBuffers();
+    const struct Trim {
+        morva::WorkBuffers& buffers;
+        ~Trim() { buffers.trim(morva::kKeptWorkBytes); }
+    } trim{buffers};
     if (source->width == destination->width && source->height == destination->height)
         return morva::convertColorSpace(source, destination);
-    // Resize first, in the source's format, into a zero-filled image of the
-    // destination's size; then convert. Parts outside a fitted rectangle stay
-    // zero bytes.
-    TImage* work = morvaAllocateImage("Tempresize", destination->width, destination->height,
-                                      source->format, nullptr, 0);
-    if (work == nullptr) return false;
-    const morva::IppiRect sourceRect{0, 0, source->width, source->height};
-    const morva::IppiRect destinationRect{0, 0, destination->width, destination->height};
-    bool ok = morva::copyWithResize(source, sourceRect, work, destinationRect, interpolation,
-                                    scaleMode);
-    if (ok) ok = morva::convertColorSpace(work, destination);
-    morvaFreeImage(work);
-    return ok;
+    // The trace tells of the whole-image steps below: with the trace on,
+    // they are taken.
+    if (!morva::traceEnabled()) {
+        const std::optional<bool> copied =
+            morva::copyResizedInBands(*source, *destination, interpolation, scaleMode, buffers);
+        if (copied) return *copied;
+    }
+    return morva::copyResizedWholeFrame(*source, *destination, interpolation, scaleMode,
+                                        buffers.work);
 }

@@ -1,5 +1,5 @@
-// A work buffer that is reused from one use to the next: it is reallocated
-// only when a larger one is asked for, through the library's allocator.
+// Work buffers that are reused from one use to the next: reallocated only
+// when a larger one is asked for, through the library's allocator.
 #pragma once
 
 #include <cstdint>
@@ -39,5 +39,21 @@ private:
     uint8_t* data_ = nullptr;
     int64_t capacity_ = 0;
 };
+
+// Work buffers that renders, copies and conversions on one thread reuse from
+// call to call, each for one purpose at a time.
+struct WorkBuffers {
+    ScratchBuffer window;     // converted or resized rows on their way through
+    ScratchBuffer temporary;  // rows of a conversion's temporary image
+    ScratchBuffer work;       // the resize kernels' work buffer
+
+    // Gives back every block larger than keptBytes.
+    void trim(int64_t keptBytes);
+};
+
+// The calling thread's buffers. The exported calls trim them to
+// kKeptWorkBytes a block when they end, so what a thread keeps stays small.
+WorkBuffers& threadWorkBuffers();
+constexpr int64_t kKeptWorkBytes = int64_t(4) << 20;
 
 }  // namespace morva

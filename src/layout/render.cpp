@@ -52,6 +52,21 @@ void renderSourceWholeFrame(const TImage& source, const IppiRect& cell, TImage& 
                    source.planeInfo->interpolation, source.planeInfo->scaleMode, work);
 }
 
+bool copyResizedWholeFrame(const TImage& source, TImage& destination, int32_t interpolation,
+                           int32_t scaleMode, ScratchBuffer& work) {
+    // Resize first, in the source's format, into a zero-filled image of the
+    // destination's size; then convert. Parts outside a fitted rectangle stay
+    // zero bytes.
+    std::unique_ptr<TImage, ImageDeleter> resized(morvaAllocateImage(
+        "Tempresize", destination.width, destination.height, source.format, nullptr, 0));
+    if (!resized) return false;
+    const IppiRect sourceRect{0, 0, source.width, source.height};
+    const IppiRect destinationRect{0, 0, destination.width, destination.height};
+    return copyWithResize(&source, sourceRect, resized.get(), destinationRect, interpolation,
+                          scaleMode, work) &&
+           convertColorSpace(resized.get(), &destination);
+}
+
 namespace {
 
 // Source i into its cell: converted at its own size when its format differs,
@@ -60,7 +75,7 @@ namespace {
 // the path taken.
 void renderSource(const TImage& source, int32_t index, const LayoutRecord& layout,
                   TImage& target, int32_t targetWidth, int32_t targetHeight,
-                  RenderBuffers& buffers) {
+                  WorkBuffers& buffers) {
     const std::optional<IppiRect> cell = calcCellRect(index, layout, targetWidth, targetHeight);
     if (!cell) return;
     if (source.format != target.format && !traceEnabled() &&
@@ -114,11 +129,11 @@ bool morvaRender(const char* layoutName, TImage* target, TImage* const* sources,
     const int32_t height = target->height;
     // Later sources overwrite earlier ones; an invalid source keeps its cell
     // and the others keep their indices.
-    morva::RenderBuffers& buffers = morva::threadRenderBuffers();
+    morva::WorkBuffers& buffers = morva::threadWorkBuffers();
     for (int32_t i = 0; i < count; ++i)
         if (isValidImage(sourceAt(i)))
             morva::renderSource(*sourceAt(i), i, *layout, *target, width, height, buffers);
-    buffers.trim(morva::kKeptRenderBytes);
+    buffers.trim(morva::kKeptWorkBytes);
     return true;
 }
 

@@ -27,4 +27,11 @@ bool copyWithResize(const TImage* source, const IppiRect& sourceRect, TImage* ta
 void renderSourceWholeFrame(const TImage& source, const IppiRect& cell, TImage& target,
                             ScratchBuffer& work);
 
+// morvaCopyImage between images of different sizes through the whole
+// resized image: a zero-filled image "Tempresize" of the destination's size
+// and the source's format, copyWithResize into it, convertColorSpace from
+// it. The path of the trace, and the reference of the band path.
+bool copyResizedWholeFrame(const TImage& source, TImage& destination, int32_t interpolation,
+                           int32_t scaleMode, ScratchBuffer& work);
+
 }  // namespace morva

@@ -24,19 +24,18 @@ namespace {
 // rows it feeds and the target rows made from them stay in the cache.
 constexpr int64_t kWindowBytes = int64_t(256) << 10;
 
-// The image "colorspaceconverter" as the whole-frame path allocates it: the
-// source's size, the target's format. Laid out only.
-class ConvertedLayout {
+// A temporary image as the whole-frame paths allocate it, laid out only.
+class ImageLayout {
 public:
-    ConvertedLayout(const TImage& source, int32_t format) {
-        image_.width = source.width;
-        image_.height = source.height;
+    ImageLayout(int32_t width, int32_t height, int32_t format) {
+        image_.width = width;
+        image_.height = height;
         image_.format = format;
         image_.planeInfo = &info_;
         available_ = layoutPlanes(image_, info_, image_.size) && image_.size > 0;
     }
-    ConvertedLayout(const ConvertedLayout&) = delete;
-    ConvertedLayout& operator=(const ConvertedLayout&) = delete;
+    ImageLayout(const ImageLayout&) = delete;
+    ImageLayout& operator=(const ImageLayout&) = delete;
 
     const TImage& image() const { return image_; }
     // What the allocation needs besides memory: a geometry it accepts.
@@ -58,12 +57,12 @@ int32_t alignUp(int64_t value, int32_t step) {
 
 // A plane's origin for the resize: where its row 0 would lie if the whole
 // image were there. Formed as an address, since it lies before the block
-// for every band but the first; the resize reads only the band's rows.
-const uint8_t* planeOrigin(const ImageRows& band, int32_t plane) {
+// for every band but the first; the resize touches only the band's rows.
+uint8_t* planeOrigin(const ImageRows& band, int32_t plane) {
     const PlaneEntry& entry = band.whole->planeInfo->planes[plane];
     const uintptr_t first = reinterpret_cast<uintptr_t>(band.planes[plane]);
     const uintptr_t before = uintptr_t(planeRowOf(entry, band.firstRow)) * uintptr_t(entry.stride);
-    return reinterpret_cast<const uint8_t*>(first - before);
+    return reinterpret_cast<uint8_t*>(first - before);
 }
 
 // Rows of the converted image in the window's block: rows [first, end) of
@@ -72,7 +71,7 @@ const uint8_t* planeOrigin(const ImageRows& band, int32_t plane) {
 class ConvertedWindow {
 public:
     ConvertedWindow(const TImage& source, const ConversionRoute& route, const TImage& converted,
-                    int32_t maxRows, RenderBuffers& buffers)
+                    int32_t maxRows, WorkBuffers& buffers)
         : source_(source), route_(route), layout_(converted, maxRows), buffers_(buffers) {}
 
     bool ready() { return (block_ = buffers_.window.reserve(layout_.bytes())) != nullptr; }
@@ -113,7 +112,7 @@ private:
     const TImage& source_;
     const ConversionRoute& route_;
     BandLayout layout_;
-    RenderBuffers& buffers_;
+    WorkBuffers& buffers_;
     uint8_t* block_ = nullptr;
     ImageRows rows_;
 };
@@ -162,19 +161,20 @@ private:
 
 // Band height in target image rows: a window of about kWindowBytes of
 // converted rows, a multiple of four rows in every plane (nearest neighbour
-// builds its row table in blocks of four).
-int32_t bandHeight(const ConvertedLayout& converted, double yFactor, int32_t targetFormat) {
+// builds its row table in blocks of four). Each band builds the column
+// tables anew, so a strong reduction still gets a few units of rows.
+int32_t bandHeight(const ImageLayout& converted, double yFactor, int32_t targetFormat) {
     const int32_t unit = 4 * rowsPerBandStep(targetFormat);
     const double rows = double(kWindowBytes / converted.rowBytes()) * yFactor;
-    const double clamped = std::clamp(rows, double(unit), double(INT32_MAX / 2));
-    return std::max(unit, alignDown(int32_t(clamped), unit));
+    const double clamped = std::clamp(rows, double(4 * unit), double(INT32_MAX / 2));
+    return alignDown(int32_t(clamped), unit);
 }
 
 // The resize of every band from a window that slides down the converted
 // image.
 void resizeThroughWindow(const TImage& source, const ConversionRoute& route,
-                         const ConvertedLayout& converted, const ImageResizePlan& plan,
-                         double yFactor, TImage& target, RenderBuffers& buffers) {
+                         const ImageLayout& converted, const ImageResizePlan& plan,
+                         double yFactor, TImage& target, WorkBuffers& buffers) {
     const BandSchedule schedule(plan, bandHeight(converted, yFactor, target.format));
     const int32_t imageHeight = converted.image().height;
     int32_t maxRows = 0;
@@ -226,7 +226,7 @@ std::optional<ImageRows> cellOfPlainCopy(const ImageResizePlan& plan, const TIma
 // that a temporary image's rows stay few; clearing each band first where the
 // whole image would hold zeros.
 void convertInBands(const TImage& source, const ConversionRoute& route, const ImageRows& whole,
-                    int32_t bandRows, bool clearFirst, RenderBuffers& buffers) {
+                    int32_t bandRows, bool clearFirst, WorkBuffers& buffers) {
     for (int32_t first = 0; first < whole.rows; first += bandRows) {
         ImageRows band = whole;
         band.firstRow = first;
@@ -241,23 +241,33 @@ void convertInBands(const TImage& source, const ConversionRoute& route, const Im
     }
 }
 
-int32_t conversionBandRows(const ConvertedLayout& converted, int32_t rowStep) {
+int32_t conversionBandRows(const ImageLayout& converted, int32_t rowStep) {
     return std::max(rowStep, alignDown(int32_t(std::min<int64_t>(
                                            kWindowBytes / converted.rowBytes(), INT32_MAX / 2)),
                                        rowStep));
 }
 
+// Rows [first, end) of the resized image, made in a band of the window and
+// converted from there into the same rows of the destination. The resized
+// image is zero outside the fitted rectangle.
+void resizeAndConvertRows(const TImage& source, const ImageResizePlan& plan,
+                          const ConversionRoute& route, const BandLayout& layout,
+                          uint8_t* block, int32_t first, int32_t end, TImage& destination,
+                          WorkBuffers& buffers) {
+    const ImageRows band = layout.place(block, first, end - first);
+    clearRows(band);
+    for (int32_t p = 0; p < plan.planeCount; ++p) {
+        const PlaneResize& plane = plan.planes[p];
+        const int32_t rowsEnd = planeRowOf(plane.destination, first) +
+                                planeRowsOf(plane.destination, first, end);
+        resizePlaneRows(plane, source.planeInfo->planes[p].data, planeOrigin(band, p),
+                        std::max(plane.geometry.y0, planeRowOf(plane.destination, first)),
+                        std::min(plane.geometry.y0 + plane.geometry.height, rowsEnd), buffers.work);
+    }
+    convertRows(route, band, rowsOf(destination, first, end - first), buffers.temporary);
+}
+
 }  // namespace
-
-void RenderBuffers::trim(int64_t keptBytes) {
-    for (ScratchBuffer* buffer : {&window, &temporary, &work})
-        if (buffer->capacity() > keptBytes) buffer->release();
-}
-
-RenderBuffers& threadRenderBuffers() {
-    thread_local RenderBuffers buffers;
-    return buffers;
-}
 
 std::optional<CellPlacement> placeInCell(const IppiRect& sourceRect, const IppiRect& cellRect,
                                          int32_t scaleMode) {
@@ -269,8 +279,9 @@ std::optional<CellPlacement> placeInCell(const IppiRect& sourceRect, const IppiR
 }
 
 bool renderConvertedInBands(const TImage& source, const IppiRect& cell, TImage& target,
-                            RenderBuffers& buffers) {
-    const ConvertedLayout converted(source, target.format);
+                            WorkBuffers& buffers) {
+    // "colorspaceconverter": the source's size, the target's format.
+    const ImageLayout converted(source.width, source.height, target.format);
     // An image the allocation rounds to another size is left to the
     // whole-frame path, where the conversion refuses the sizes.
     if (converted.image().width != source.width || converted.image().height != source.height)
@@ -325,6 +336,64 @@ bool renderConvertedInBands(const TImage& source, const IppiRect& cell, TImage& 
         return true;
     }
     resizeThroughWindow(source, route, converted, plan, placed->yFactor, target, buffers);
+    return true;
+}
+
+std::optional<bool> copyResizedInBands(const TImage& source, TImage& destination,
+                                       int32_t interpolation, int32_t scaleMode,
+                                       WorkBuffers& buffers) {
+    // "Tempresize": the destination's size, the source's format.
+    const ImageLayout resized(destination.width, destination.height, source.format);
+    if (resized.image().width != destination.width ||
+        resized.image().height != destination.height)
+        return std::nullopt;
+    const IppiRect sourceRect{0, 0, source.width, source.height};
+    const std::optional<CellPlacement> placed =
+        placeInCell(sourceRect, {0, 0, destination.width, destination.height}, scaleMode);
+    ImageResizePlan plan;
+    if (placed)
+        plan = planImageResize(source, sourceRect, resized.image(), placed->rect, interpolation,
+                               placed->xFactor, placed->yFactor);
+    // Without the image, or without a resize into it, nothing is converted.
+    if (!resized.available() || !plan.result) {
+        reserveImageIds(1);
+        return false;
+    }
+    const ConversionRoute route = findConversionRoute(source.format, destination.format,
+                                                      destination.width, destination.height);
+    if (source.format == destination.format) {
+        // The resized image is copied whole into the destination, which has
+        // its layout: clearing the destination and resizing into it gives the
+        // same bytes.
+        reserveImageIds(1);
+        ippsZero_8u(destination.data, destination.size);
+        resizeImageInternal(&source, sourceRect, &destination, placed->rect, interpolation,
+                            placed->xFactor, placed->yFactor, buffers.work);
+        return true;
+    }
+    bool inBands = route.convertsInBands && !route.readsSourceBuffer &&
+                   plan.kind == ImageResizePlan::Kind::Planes;
+    for (int32_t p = 0; p < plan.planeCount; ++p) inBands = inBands && runsInBands(plan.planes[p]);
+    if (!inBands) return std::nullopt;
+    reserveImageIds(route.viaTemporary ? 2 : 1);
+    if (!route.converts) return false;
+
+    // Bands start on the fitted rectangle's first row and on multiples of a
+    // step from it that keep every plane's bands four rows apart (nearest
+    // neighbour) and the conversion's on its row pairs; the rows above it
+    // are zero and converted in bands of their own.
+    const int32_t step = std::max(4 * rowsPerBandStep(source.format), route.rowStep);
+    const int32_t bandRows = std::max(step, alignDown(conversionBandRows(resized, 1), step));
+    const BandLayout layout(resized.image(), bandRows);
+    uint8_t* block = buffers.window.reserve(layout.bytes());
+    if (block == nullptr) return std::nullopt;
+    const int32_t height = destination.height;
+    const int32_t top = std::clamp(placed->rect.y, 0, height);
+    for (int32_t first = 0; first < height;) {
+        const int32_t end = std::min(first < top ? top : height, first + bandRows);
+        resizeAndConvertRows(source, plan, route, layout, block, first, end, destination, buffers);
+        first = end;
+    }
     return true;
 }
 

@@ -11,21 +11,6 @@
 
 namespace morva {
 
-// Work buffers that renders reuse from source to source and call to call.
-struct RenderBuffers {
-    ScratchBuffer window;     // converted rows of the source at hand
-    ScratchBuffer temporary;  // rows of a conversion's own temporary image
-    ScratchBuffer work;       // the resize kernels' work buffer
-
-    // Gives back every block larger than keptBytes.
-    void trim(int64_t keptBytes);
-};
-
-// The calling thread's buffers. What a thread keeps between calls is trimmed
-// to kKeptRenderBytes a block.
-RenderBuffers& threadRenderBuffers();
-constexpr int64_t kKeptRenderBytes = int64_t(4) << 20;
-
 // Where copyWithResize puts a source: the rectangle from calcTargetRect,
 // aligned inward to multiples of 4, and the factors of the unaligned one.
 struct CellPlacement {
@@ -46,6 +31,17 @@ std::optional<CellPlacement> placeInCell(const IppiRect& sourceRect, const IppiR
 // in bands. The trace is the caller's to look at: this path writes none of
 // the whole-frame path's lines.
 bool renderConvertedInBands(const TImage& source, const IppiRect& cell, TImage& target,
-                            RenderBuffers& buffers);
+                            WorkBuffers& buffers);
+
+// Does what morvaCopyImage does between images of different sizes (a
+// zero-filled image "Tempresize" of the destination's size and the source's
+// format, copyWithResize into it, convertColorSpace from it) with the same
+// bytes, result and ids, without the whole image: rows are resized band by
+// band into a window and converted from there; between images of one format
+// the destination is cleared and resized into. Nothing, with nothing done,
+// where the route or the resize doesn't run in bands.
+std::optional<bool> copyResizedInBands(const TImage& source, TImage& destination,
+                                       int32_t interpolation, int32_t scaleMode,
+                                       WorkBuffers& buffers);
 
 }  // namespace morva

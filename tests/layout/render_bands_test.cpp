@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -105,7 +106,7 @@ Outcome renderOne(const RenderCase& c, const TImage& source, const std::vector<u
     std::memcpy(target->data, background.data(), background.size());
     const IppiRect cell = calcCellRect(c.index, *findLayout("bands-case"), target->width, target->height).value();
     const int32_t before = nextImageId();
-    RenderBuffers& buffers = threadRenderBuffers();
+    WorkBuffers& buffers = threadWorkBuffers();
     const bool banded = inBands && renderConvertedInBands(source, cell, *target, buffers);
     if (!banded) renderSourceWholeFrame(source, cell, *target, buffers.work);
     const int32_t ids = nextImageId() - before - 1;
@@ -168,6 +169,46 @@ TEST(RenderBands, RenderDrawsEverySourceAsTheWholeFramePathDoes) {
     morvaSetLayout("bands-grid", nullptr);
 }
 
+// morvaCopyImage between sizes: band by band as through the whole resized
+// image, for random formats, sizes, interpolations and scale modes, the
+// destination's old bytes random.
+TEST(RenderBands, CopiesBetweenSizesGiveTheWholeImagesBytesResultsAndIds) {
+    MORVA_SEED_TRACE();
+    Rng rng(515);
+    int banded = 0, rounds = 0;
+    for (; rounds < 400; ++rounds) {
+        const int32_t sourceFormat = rng.uniform(0, 21);
+        const int32_t targetFormat =
+            rng.uniform(0, 3) == 0 ? sourceFormat : kTargetFormats[rng.uniform(0, int(std::size(kTargetFormats)) - 1)];
+        ImagePtr source = makeImage(sourceFormat, rng.uniform(1, 90), rng.uniform(1, 70));
+        rng.fill(source->data, size_t(source->size));
+        const int32_t width = rng.uniform(4, 90), height = rng.uniform(2, 70);
+        int32_t interpolation = kInterpolations[rng.uniform(0, 7)];
+        if (rng.uniform(0, 9) == 0) interpolation |= RESIZE_ANTIALIASING;
+        const int32_t scaleMode = rng.uniform(0, 12) == 0 ? 3 : rng.uniform(0, 2);
+        SCOPED_TRACE(::testing::Message() << sourceFormat << " " << source->width << "x" << source->height << " -> "
+                                          << targetFormat << " " << width << "x" << height << " interpolation "
+                                          << interpolation << " mode " << scaleMode);
+        ImagePtr whole = makeImage(targetFormat, width, height), bands = makeImage(targetFormat, width, height);
+        if (whole->width == source->width && whole->height == source->height) continue;
+        rng.fill(whole->data, 3 * size_t(whole->size));
+        std::memcpy(bands->data, whole->data, 3 * size_t(whole->size));
+        ScratchBuffer work;
+        int32_t before = nextImageId();
+        const bool wholeResult = copyResizedWholeFrame(*source, *whole, interpolation, scaleMode, work);
+        const int32_t wholeIds = nextImageId() - before;
+        before = nextImageId();
+        const std::optional<bool> bandResult =
+            copyResizedInBands(*source, *bands, interpolation, scaleMode, threadWorkBuffers());
+        if (!bandResult) continue;
+        ++banded;
+        EXPECT_EQ(nextImageId() - before, wholeIds);
+        EXPECT_EQ(*bandResult, wholeResult);
+        ASSERT_EQ(allBytes(*bands), allBytes(*whole));
+    }
+    EXPECT_GT(banded, rounds / 2);
+}
+
 // Bytes the library's allocator hands out, live and at their peak.
 struct CountingAllocator {
     static inline std::map<void*, size_t> live;
@@ -192,7 +233,7 @@ struct CountingAllocator {
 // temporary image), into a 4x4 grid of a full-HD BGRA target: the render
 // allocates no more than a band's buffers, and a second render nothing.
 TEST(RenderBands, SixteenFullHdSourcesAllocateABandAtMost) {
-    threadRenderBuffers().trim(0);
+    threadWorkBuffers().trim(0);
     const OwnAllocator saved = ownAllocator;
     ownAllocator.allocate = &CountingAllocator::allocate;
     ownAllocator.release = &CountingAllocator::release;
@@ -214,7 +255,7 @@ TEST(RenderBands, SixteenFullHdSourcesAllocateABandAtMost) {
                 EXPECT_EQ(CountingAllocator::calls, 0);
             }
         }
-        threadRenderBuffers().trim(0);
+        threadWorkBuffers().trim(0);
         morvaSetLayout("bands-wall", nullptr);
     }
     ownAllocator = saved;
