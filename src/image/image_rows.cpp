@@ -21,7 +21,8 @@ int32_t planeRowOf(const PlaneEntry& plane, int32_t row) { return row / plane.su
 
 int32_t planeRowsOf(const PlaneEntry& plane, int32_t firstRow, int32_t endRow) {
     const int32_t end = int32_t((int64_t(endRow) + plane.subH - 1) / plane.subH);
-    return std::min(end, plane.height) - planeRowOf(plane, firstRow);
+    const int32_t height = plane.height;  // a value: the record's fields are packed
+    return std::min(end, height) - planeRowOf(plane, firstRow);
 }
 
 int32_t rowsPerBandStep(int32_t format) {

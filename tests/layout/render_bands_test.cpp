@@ -3,12 +3,14 @@
 // interpolations and scale modes, and no more memory per call than a band.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/testing.h"
@@ -167,6 +169,43 @@ TEST(RenderBands, RenderDrawsEverySourceAsTheWholeFramePathDoes) {
         EXPECT_EQ(allBytes(*rendered), allBytes(*expected));
     }
     morvaSetLayout("bands-grid", nullptr);
+}
+
+// Renders on several threads at once, each from its own sources into its
+// own target, draw what each render alone draws: the work buffers are the
+// thread's own.
+TEST(RenderBands, ConcurrentRendersOnDistinctTargetsDrawAlike) {
+    MORVA_SEED_TRACE();
+    Rng rng(31);
+    ASSERT_TRUE(morvaSetLayout("bands-threads", "rows:2;columns:2;"));
+    struct Job {
+        std::vector<ImagePtr> sources;
+        std::vector<TImage*> list;
+        ImagePtr alone{nullptr, &morvaFreeImage}, target{nullptr, &morvaFreeImage};
+    };
+    std::vector<Job> jobs(4);
+    for (Job& job : jobs) {
+        for (int32_t format : {FORMAT_I420, FORMAT_NV12, FORMAT_YUY2, FORMAT_RGB24}) {
+            job.sources.push_back(makeImage(format, 400, 240));
+            rng.fill(job.sources.back()->data, size_t(job.sources.back()->size));
+            morvaSetAttributes(job.sources.back().get(), format == FORMAT_NV12 ? INTER_CUBIC : INTER_LINEAR, 1);
+            job.list.push_back(job.sources.back().get());
+        }
+        job.alone = makeImage(FORMAT_RGB32, 640, 480);
+        job.target = makeImage(FORMAT_RGB32, 640, 480);
+        ASSERT_TRUE(morvaRender("bands-threads", job.alone.get(), job.list.data(), 4));
+    }
+    std::atomic<int> waiting{int(jobs.size())};
+    std::vector<std::thread> threads;
+    for (Job& job : jobs)
+        threads.emplace_back([&waiting, &job] {
+            for (--waiting; waiting > 0;) std::this_thread::yield();
+            for (int round = 0; round < 10; ++round) morvaRender("bands-threads", job.target.get(), job.list.data(), 4);
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (const Job& job : jobs)
+        EXPECT_TRUE(std::equal(job.target->data, job.target->data + job.target->size, job.alone->data));
+    morvaSetLayout("bands-threads", nullptr);
 }
 
 // morvaCopyImage between sizes: band by band as through the whole resized
