@@ -15,34 +15,27 @@ namespace {
 
 using lanes::firstBytes;
 
-// 16 pixels of n bytes each: a whole register, or its first bytes by a mask
-// (nothing behind them is read or written). A whole register goes without a
-// mask: a store through a mask of all 64 bytes costs about twice as much.
-template <int n>
-MORVA_LANE_INLINE __m512i load16(const uint8_t* p) {
-    if constexpr (n == 4) return _mm512_loadu_si512(p);
-    else return _mm512_maskz_loadu_epi8(firstBytes(16 * n), p);
-}
-template <int n>
-MORVA_LANE_INLINE void store16(uint8_t* p, __m512i v) {
-    if constexpr (n == 4) _mm512_storeu_si512(p, v);
-    else _mm512_mask_storeu_epi8(p, firstBytes(16 * n), v);
-}
-
 // Rows in steps of 16 pixels: convert takes a step's source bytes and gives
-// its destination bytes. The last step of a row, of fewer pixels, loads and
-// stores through masks of its bytes.
+// its destination bytes. Loads and stores take whole registers while the row
+// goes on for one more register behind the step's first byte: a store then
+// writes some bytes of the next step, which that step writes again. The
+// rest of the row goes through byte masks, so nothing behind it is touched.
+// (Masked stores in the loop would cost half as much again with the target
+// in cache and twice as much with it in memory.)
 template <int kSrcBytes, int kDstBytes, class Convert>
 MORVA_LANE_INLINE void rowsBy16(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width,
                                 int32_t height, Convert convert) {
+    // Whole registers from pixel x on end within the row for x < wholeEnd.
+    constexpr int kNarrower = kSrcBytes < kDstBytes ? kSrcBytes : kDstBytes;
+    const int32_t wholeEnd = width - (64 + kNarrower - 1) / kNarrower + 1;
     for (ptrdiff_t r = 0; r < height; ++r) {
         const uint8_t* s = src + r * srcStep;
         uint8_t* d = dst + r * dstStep;
         int32_t x = 0;
-        for (; x + 16 <= width; x += 16)
-            store16<kDstBytes>(d + x * kDstBytes, convert(load16<kSrcBytes>(s + x * kSrcBytes)));
-        if (x < width) {
-            const int n = width - x;
+        for (; x < wholeEnd && x + 16 <= width; x += 16)
+            _mm512_storeu_si512(d + x * kDstBytes, convert(_mm512_loadu_si512(s + x * kSrcBytes)));
+        for (; x < width; x += 16) {
+            const int n = width - x < 16 ? width - x : 16;
             const __m512i in = _mm512_maskz_loadu_epi8(firstBytes(n * kSrcBytes), s + x * kSrcBytes);
             _mm512_mask_storeu_epi8(d + x * kDstBytes, firstBytes(n * kDstBytes), convert(in));
         }

@@ -3,10 +3,10 @@
 // bits, so its sums are taken whole, exactly as the scalar form takes them.
 //
 // Every pixel of the kernel is S1, so a form may convert any columns it
-// likes: blocks of 16 chroma columns (32 pixels) run up to the last pair, the
-// final block shifted back to end there (its overlap is written twice with
-// the same bytes), and the scalar tail converts the last pair. Rows narrower
-// than one block go to the tail whole.
+// likes: blocks of 16 chroma columns (32 pixels) run up to the last pair,
+// placed as interpolatingRow says (overlaps are written twice with the same
+// bytes), and the scalar tail converts the last pair. Rows narrower than one
+// block go to the tail whole.
 #pragma once
 
 #include "color/x86/lanes.h"
@@ -57,13 +57,12 @@ MORVA_LANE_INLINE void s1Pixels(const uint8_t* y, const S1Terms<V>& t, V alphaHi
 
 constexpr int32_t kChromaBlock = 16;
 
-// Chroma columns [j, j + 16) of a row pair, j + 16 at most the last pair:
-// even pixels take column k, odd ones the rounded-up mean of k and k + 1,
-// which pavgb gives exactly.
+// Chroma columns [j, j + 16) of a row, j + 16 at most the last pair: even
+// pixels take column k, odd ones the rounded-up mean of k and k + 1, which
+// pavgb gives exactly.
 template <class V>
-MORVA_LANE_INLINE void interpolatingBlock(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb,
-                                          const uint8_t* cr, uint8_t* dst0, uint8_t* dst1, int32_t j, V alphaHigh,
-                                          V order) {
+MORVA_LANE_INLINE void interpolatingBlock(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst,
+                                          int32_t j, V alphaHigh, V order) {
     const auto load = [](const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
     const __m128i u = load(cb + j), v = load(cr + j);
     const __m128i uMid = _mm_avg_epu8(u, load(cb + j + 1)), vMid = _mm_avg_epu8(v, load(cr + j + 1));
@@ -79,26 +78,44 @@ MORVA_LANE_INLINE void interpolatingBlock(const uint8_t* y0, const uint8_t* y1, 
             }
             const S1Terms<V> t = s1Terms(widenBytes32<V>(cbBytes), widenBytes32<V>(crBytes));
             const int32_t x = 2 * j + 16 * half + kLanes * part;
-            s1Pixels(y0 + x, t, alphaHigh, order, dst0 + 4 * x);
-            s1Pixels(y1 + x, t, alphaHigh, order, dst1 + 4 * x);
+            s1Pixels(y + x, t, alphaHigh, order, dst + 4 * x);
         }
     }
+}
+
+// One row, its last pair by the scalar tail. The blocks' stores are put on
+// whole cache lines where a line starts at a pixel pair: a first block at
+// column 0, then blocks from the first column whose pixels start a line (the
+// two overlap, and write the same bytes twice), then the last block shifted
+// back to end at the last pair. Stores across two lines, a row long, cost
+// about a tenth more with the target in memory. Each row of a pair takes its
+// own pass, although the two share their chroma: two target rows written at
+// once slow the writes to memory by a quarter. (Not forced inline: inlined
+// twice into the row pair, its loop runs a fifth slower.)
+template <class V>
+void interpolatingRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst,
+                                        int32_t width, uint8_t alpha) {
+    const int32_t last = width / 2 > 0 ? width / 2 - 1 : 0;
+    int32_t j = 0;
+    if (last >= kChromaBlock) {
+        const V alphaHigh = set1_32<V>(int32_t(alpha) << 16), order = broadcast128<V>(kPairsToPixels);
+        const int32_t lineOffset = int32_t(reinterpret_cast<uintptr_t>(dst) % 64);
+        if (lineOffset % 8 == 0 && lineOffset != 0) {
+            interpolatingBlock(y, cb, cr, dst, 0, alphaHigh, order);
+            j = (64 - lineOffset) / 8;
+        }
+        for (; j + kChromaBlock <= last; j += kChromaBlock) interpolatingBlock(y, cb, cr, dst, j, alphaHigh, order);
+        if (j < last) interpolatingBlock(y, cb, cr, dst, last - kChromaBlock, alphaHigh, order);
+        j = last;
+    }
+    planar420ToBgraTail(y, cb, cr, dst, j, width, alpha);
 }
 
 template <class V>
 void interpolatingRowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
                           uint8_t* dst0, uint8_t* dst1, int32_t width, uint8_t alpha) {
-    const int32_t last = width / 2 > 0 ? width / 2 - 1 : 0;
-    int32_t j = 0;
-    if (last >= kChromaBlock) {
-        const V alphaHigh = set1_32<V>(int32_t(alpha) << 16), order = broadcast128<V>(kPairsToPixels);
-        for (; j + kChromaBlock <= last; j += kChromaBlock)
-            interpolatingBlock(y0, y1, cb, cr, dst0, dst1, j, alphaHigh, order);
-        if (j < last) interpolatingBlock(y0, y1, cb, cr, dst0, dst1, last - kChromaBlock, alphaHigh, order);
-        j = last;
-    }
-    planar420ToBgraTail(y0, cb, cr, dst0, j, width, alpha);
-    planar420ToBgraTail(y1, cb, cr, dst1, j, width, alpha);
+    interpolatingRow<V>(y0, cb, cr, dst0, width, alpha);
+    interpolatingRow<V>(y1, cb, cr, dst1, width, alpha);
 }
 
 }  // namespace

@@ -219,7 +219,7 @@ MORVA_LANE_INLINE __mmask64 firstBytes(int n) { return n >= 64 ? ~__mmask64(0) :
 #undef MORVA_LANE_OPS
 
 // Stores of one destination row: streaming ones when they are allowed and the
-// row starts on a whole register (every block of the row then does), ordinary
+// row starts on a whole register (every block of a row then does), ordinary
 // ones otherwise. The fence at the end of the row orders the streamed bytes
 // before whatever the caller does next.
 template <class V>
