@@ -33,19 +33,25 @@ constexpr Rgb operator+(Rgb a, Rgb b) { return {a.r + b.r, a.g + b.g, a.b + b.b}
 template <BgrSource S>
 constexpr int32_t kPixelBytes = S == BgrSource::Bgr24 ? 3 : S == BgrSource::Bgra32 ? 4 : 2;
 
-// One pixel as 8-bit channel values. A 16-bit field becomes 8 bits by a plain
-// shift, without repeating its high bits: a full 5-bit field counts as 248, a
-// full 6-bit one as 252. Bit 15 of a 5-5-5 word is not read.
+// Where a 16-bit word keeps its green and red fields: (w >> shift) & mask
+// gives the channel's 8-bit value; blue is always (w << 3) & 0xF8 and red's
+// mask always 0xF8. A field is shifted, not scaled: a full 5-bit field counts
+// as 248, a full 6-bit one as 252. Bit 15 of a 5-5-5 word is not read.
+struct Bgr16Fields {
+    int greenShift, greenMask, redShift;
+};
+constexpr Bgr16Fields kBgr555Fields{2, 0xF8, 7};
+constexpr Bgr16Fields kBgr565Fields{3, 0xFC, 8};
+
+// One pixel as 8-bit channel values.
 template <BgrSource S>
 inline Rgb loadPixel(const uint8_t* p) {
     if constexpr (S == BgrSource::Bgr24 || S == BgrSource::Bgra32) {
         return {p[2], p[1], p[0]};
     } else {
-        const uint32_t w = uint32_t(p[0]) | uint32_t(p[1]) << 8;
-        if constexpr (S == BgrSource::Bgr565)
-            return {int32_t(w >> 11) << 3, int32_t((w >> 5) & 63) << 2, int32_t(w & 31) << 3};
-        else
-            return {int32_t((w >> 10) & 31) << 3, int32_t((w >> 5) & 31) << 3, int32_t(w & 31) << 3};
+        constexpr const Bgr16Fields& f = S == BgrSource::Bgr565 ? kBgr565Fields : kBgr555Fields;
+        const int32_t w = int32_t(p[0]) | int32_t(p[1]) << 8;
+        return {(w >> f.redShift) & 0xF8, (w >> f.greenShift) & f.greenMask, (w << 3) & 0xF8};
     }
 }
 

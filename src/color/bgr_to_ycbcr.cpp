@@ -194,7 +194,8 @@ void yuv420Body(const uint8_t* src, int32_t srcStep, uint8_t* const dst[3], cons
 }
 
 // ---------------------------------------------------------------------------
-// Tables. AVX2 and AVX-512 forms exist for the 24- and 32-bit sources.
+// Tables. AVX-512 forms exist for every source, AVX2 forms for the 24- and
+// 32-bit ones.
 
 template <BgrSource S>
 constexpr bool kHasAvx2 = S == BgrSource::Bgr24 || S == BgrSource::Bgra32;
@@ -214,6 +215,7 @@ const KernelTable<BgrToYuv422Fn>& yuy2Table() {
         static const KernelTable<BgrToYuv422Fn> table{
             {"scalar", Isa::Scalar, &yuy2Body<S, &yuy2LanesRow<S>>},
             {"sse2", Isa::Sse2, &yuy2Body<S, &x86::yuy2VectorRowSse2<S>>},
+            {"avx512", Isa::Avx512, &yuy2Body<S, &x86::yuy2VectorRowAvx512<S>>},
         };
         return table;
     }
@@ -238,6 +240,7 @@ const KernelTable<BgrToYuv420Fn>& yuv420Table() {
         static const KernelTable<BgrToYuv420Fn> table{
             {"scalar", Isa::Scalar, &yuv420Body<S, &yuv420LanesRow<S>>},
             {"sse2", Isa::Sse2, &yuv420Body<S, &x86::yuv420VectorRowSse2<S>>},
+            {"avx512", Isa::Avx512, &yuv420Body<S, &x86::yuv420VectorRowAvx512<S>>},
         };
         return table;
     }

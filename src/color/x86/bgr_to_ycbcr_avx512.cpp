@@ -1,5 +1,4 @@
-// BGR to YCbCr, vector parts of the rows in AVX-512, 32 pixels a step, for
-// the 24- and 32-bit sources.
+// BGR to YCbCr, vector parts of the rows in AVX-512, 32 pixels a step.
 //
 // Each pixel sits in a 32-bit lane as B, G, R and a fourth byte that is never
 // read. Luma is the lane form with its three high-half products side by side
@@ -10,11 +9,12 @@
 // The lane forms convert each pixel and each pair or block on its own, so a
 // row's last block may be shifted back to end where the vector part ends;
 // its overlap is written twice with the same bytes. A vector part shorter
-// than one block goes to the AVX2 rows.
+// than one block goes to the narrower forms.
 #include "color/bgr_to_ycbcr_forms.h"
 
 #if MORVA_X86_64
 
+#include "color/x86/bgr16_words_avx512.h"
 #include "color/x86/lanes.h"
 
 namespace morva::x86 {
@@ -34,10 +34,11 @@ MORVA_LANE_INLINE __m512i loadPixels(const uint8_t* row, int32_t x, int32_t whol
     const uint8_t* p = row + x * kPixelBytes<S>;
     if constexpr (S == BgrSource::Bgra32) {
         return _mm512_loadu_si512(p);
-    } else {
-        static_assert(S == BgrSource::Bgr24);
+    } else if constexpr (S == BgrSource::Bgr24) {
         return lanes::spread3To4(x < wholeEnd ? _mm512_loadu_si512(p)
                                               : _mm512_maskz_loadu_epi8(lanes::firstBytes(48), p));
+    } else {
+        return loadBgr16Pixels<S == BgrSource::Bgr565 ? kBgr565Fields : kBgr555Fields>(p);
     }
 }
 
@@ -149,6 +150,18 @@ MORVA_LANE_INLINE void planarBlock(const Yuv420Rows& rows, int32_t x, int32_t wh
     _mm_storeu_si128(reinterpret_cast<__m128i*>(rows.cr + x / 2), _mm256_extracti128_si256(bytes, 1));
 }
 
+// A vector part narrower than a block goes to the widest form below.
+template <BgrSource S>
+void narrowPackedRow(const uint8_t* src, uint8_t* dst, int32_t count) {
+    if constexpr (S == BgrSource::Bgr24 || S == BgrSource::Bgra32) yuy2VectorRowAvx2<S>(src, dst, count);
+    else yuy2VectorRowSse2<S>(src, dst, count);
+}
+template <BgrSource S>
+void narrowPlanarRow(const Yuv420Rows& rows, int32_t count) {
+    if constexpr (S == BgrSource::Bgr24 || S == BgrSource::Bgra32) yuv420VectorRowAvx2<S>(rows, count);
+    else yuv420VectorRowSse2<S>(rows, count);
+}
+
 // Blocks of 32 over [0, count), the last one shifted back to end at count.
 template <class Block>
 MORVA_LANE_INLINE void blocksOver(int32_t count, Block block) {
@@ -161,7 +174,7 @@ MORVA_LANE_INLINE void blocksOver(int32_t count, Block block) {
 
 template <BgrSource S>
 void yuy2VectorRowAvx512(const uint8_t* src, uint8_t* dst, int32_t count) {
-    if (count < kBlock) return yuy2VectorRowAvx2<S>(src, dst, count);
+    if (count < kBlock) return narrowPackedRow<S>(src, dst, count);
     const int32_t wholeEnd = wholeLoadsEnd<S>(count);
     blocksOver(count, [&](int32_t x) MORVA_LANE_LAMBDA { packedBlock<S, false>(src, dst, x, wholeEnd); });
 }
@@ -174,7 +187,7 @@ void cbycrVectorRowAvx512(const uint8_t* src, uint8_t* dst, int32_t count) {
 
 template <BgrSource S>
 void yuv420VectorRowAvx512(const Yuv420Rows& rows, int32_t count) {
-    if (count < kBlock) return yuv420VectorRowAvx2<S>(rows, count);
+    if (count < kBlock) return narrowPlanarRow<S>(rows, count);
     const Yuv420Rows local = rows;  // the stores could not change it, but the compiler cannot tell
     const int32_t wholeEnd = wholeLoadsEnd<S>(count);
     blocksOver(count, [&](int32_t x) MORVA_LANE_LAMBDA { planarBlock<S>(local, x, wholeEnd); });
@@ -184,6 +197,10 @@ template void yuy2VectorRowAvx512<BgrSource::Bgr24>(const uint8_t*, uint8_t*, in
 template void yuy2VectorRowAvx512<BgrSource::Bgra32>(const uint8_t*, uint8_t*, int32_t);
 template void yuv420VectorRowAvx512<BgrSource::Bgr24>(const Yuv420Rows&, int32_t);
 template void yuv420VectorRowAvx512<BgrSource::Bgra32>(const Yuv420Rows&, int32_t);
+template void yuy2VectorRowAvx512<BgrSource::Bgr565>(const uint8_t*, uint8_t*, int32_t);
+template void yuy2VectorRowAvx512<BgrSource::Bgr555>(const uint8_t*, uint8_t*, int32_t);
+template void yuv420VectorRowAvx512<BgrSource::Bgr565>(const Yuv420Rows&, int32_t);
+template void yuv420VectorRowAvx512<BgrSource::Bgr555>(const Yuv420Rows&, int32_t);
 
 }  // namespace morva::x86
 

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 
+#include "color/x86/bgr16_words_avx512.h"
 #include "color/x86/lanes.h"
 
 namespace morva::direct {
@@ -42,23 +43,10 @@ MORVA_LANE_INLINE void rowsBy16(const uint8_t* src, int32_t srcStep, uint8_t* ds
     }
 }
 
-// Words of 5-5-5 or 5-6-5 fields, one to a 32-bit lane, to B, G, R bytes:
-// each field shifted straight to its byte and masked, as the scalar form
-// shifts it down and masks it.
-template <const Bgr16Fields& f>
-MORVA_LANE_INLINE __m512i widenFields(__m512i words) {
-    constexpr int kOr3 = 0xFE;  // a | b | c
-    const __m512i blue = _mm512_and_si512(_mm512_slli_epi32(words, 3), _mm512_set1_epi32(0xF8));
-    const __m512i green =
-        _mm512_and_si512(_mm512_slli_epi32(words, 8 - f.greenShift), _mm512_set1_epi32(f.greenMask << 8));
-    const __m512i red = _mm512_and_si512(_mm512_slli_epi32(words, 16 - f.redShift), _mm512_set1_epi32(0xF8 << 16));
-    return _mm512_ternarylogic_epi32(blue, green, red, kOr3);
-}
-
 template <const Bgr16Fields& f>
 void widen16(const uint8_t* src, int32_t srcStep, uint8_t* dst, int32_t dstStep, int32_t width, int32_t height) {
     rowsBy16<2, 3>(src, srcStep, dst, dstStep, width, height, [](__m512i words) MORVA_LANE_LAMBDA {
-        return lanes::compact4To3(widenFields<f>(_mm512_cvtepu16_epi32(_mm512_castsi512_si256(words))));
+        return lanes::compact4To3(widenBgr16Fields<f>(_mm512_cvtepu16_epi32(_mm512_castsi512_si256(words))));
     });
 }
 
