@@ -83,7 +83,7 @@ void registerRowKernels() {
                 std::vector<int16_t> weights(size_t(2 * w), 8192);
                 std::vector<int16_t> out(size_t(w) * channels);
                 for (auto _ : state)
-                    for (int y = 0; y < h; ++y) fn(src.data(), columns.data(), weights.data(), out.data(), w);
+                    for (int y = 0; y < h; ++y) fn(src.data(), kSrcWidth, columns.data(), weights.data(), out.data(), w);
                 benchmark::DoNotOptimize(out.data());
             },
             kTargets);

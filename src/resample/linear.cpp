@@ -21,7 +21,7 @@ namespace morva {
 // (declared in linear_forms.h: the vector forms finish their rows with them)
 
 template <int Channels>
-void linearRow8uScalar(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+void linearRow8uScalar(const uint8_t* p, int32_t, const int32_t* columns, const int16_t* weights,
                        int16_t* out, int32_t width) {
     for (int32_t j = 0; j < width; ++j) {
         const int32_t k = columns[j];
@@ -41,7 +41,7 @@ void linearBlend8uScalar(const int16_t* a, const int16_t* b, uint8_t* dst, int32
 }
 
 template <int Channels>
-void linearRow16uScalar(const uint16_t* p, const int32_t* columns, const float* fractions,
+void linearRow16uScalar(const uint16_t* p, int32_t, const int32_t* columns, const float* fractions,
                         float* out, int32_t width) {
     for (int32_t j = 0; j < width; ++j) {
         const int32_t k = columns[j];
@@ -62,8 +62,8 @@ void linearBlend16uScalar(const float* a, const float* b, uint16_t* dst, int32_t
     }
 }
 
-template void linearRow8uScalar<3>(const uint8_t*, const int32_t*, const int16_t*, int16_t*, int32_t);
-template void linearRow8uScalar<4>(const uint8_t*, const int32_t*, const int16_t*, int16_t*, int32_t);
+template void linearRow8uScalar<3>(const uint8_t*, int32_t, const int32_t*, const int16_t*, int16_t*, int32_t);
+template void linearRow8uScalar<4>(const uint8_t*, int32_t, const int32_t*, const int16_t*, int16_t*, int32_t);
 
 namespace {
 
@@ -258,13 +258,13 @@ private:
         RowSample* a = rowBuffer0_;
         RowSample* b = rowBuffer1_;
         int64_t last = step >= 0 ? int64_t(rows[0]) - 1 : int64_t(rows[0]) + 1;
-        interpolate(src_ + rows[0], columns, columnFractions, rowBuffer1_, width);
+        interpolate(src_ + rows[0], a_.srcWidth, columns, columnFractions, rowBuffer1_, width);
         for (int32_t i = 0; i < height; ++i) {
             const int32_t r = rows[i];
             if (beyond(r, last)) {
                 std::swap(a, b);
-                interpolate(src_ + r + step, columns, columnFractions, b, width);
-                if (beyond(r, last + step)) interpolate(src_ + r, columns, columnFractions, a, width);
+                interpolate(src_ + r + step, a_.srcWidth, columns, columnFractions, b, width);
+                if (beyond(r, last + step)) interpolate(src_ + r, a_.srcWidth, columns, columnFractions, a, width);
                 last = r;
             }
             blend(a, b, out + ptrdiff_t(i) * job_.dstStep, width * a_.nProcessed, rowFractions[i]);
@@ -342,6 +342,7 @@ const KernelTable<LinearRow8uFn>& linearRow8uTable(int32_t channels) {
         {"scalar", Isa::Scalar, &linearRow8uScalar<1>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &linearRow8uC1Sse2},
+        {"avx512", Isa::Avx512, &linearRow8uC1Avx512},
 #endif
     };
     static const KernelTable<LinearRow8uFn> c3{
@@ -356,6 +357,7 @@ const KernelTable<LinearRow8uFn>& linearRow8uTable(int32_t channels) {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &linearRow8uC4Sse2},
         {"avx2", Isa::Avx2, &linearRow8uC4Avx2},
+        {"avx512", Isa::Avx512, &linearRow8uC4Avx512},
 #endif
     };
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);

@@ -11,15 +11,16 @@
 namespace morva {
 
 // Across, 8u: for each column j, out = (p[k] * w0 + p[k + pixel] * w1 + 128) >> 8
-// per sample, k = columns[j], (w0, w1) = weights[2j], weights[2j + 1].
-using LinearRow8u = void(const uint8_t* srcRow, const int32_t* columns, const int16_t* weights,
-                         int16_t* out, int32_t width);
+// per sample, k = columns[j], (w0, w1) = weights[2j], weights[2j + 1]. The
+// source row holds srcWidth pixels, and every tap lies inside it.
+using LinearRow8u = void(const uint8_t* srcRow, int32_t srcWidth, const int32_t* columns,
+                         const int16_t* weights, int16_t* out, int32_t width);
 // Down, 8u: dst = sat((a * (16384 - fraction) + b * fraction + 524288) >> 20).
 using LinearBlend8u = void(const int16_t* a, const int16_t* b, uint8_t* dst, int32_t count,
                            int32_t fraction);
 // Across, 16u: out = p[k] + (p[k + pixel] - p[k]) * fractions[j] in float32.
-using LinearRow16u = void(const uint16_t* srcRow, const int32_t* columns, const float* fractions,
-                          float* out, int32_t width);
+using LinearRow16u = void(const uint16_t* srcRow, int32_t srcWidth, const int32_t* columns,
+                          const float* fractions, float* out, int32_t width);
 // Down, 16u: sat(trunc(a + (b - a) * fraction + 0.50000012f)) in float32.
 using LinearBlend16u = void(const float* a, const float* b, uint16_t* dst, int32_t count,
                             float fraction);

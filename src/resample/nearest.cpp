@@ -8,7 +8,6 @@
 #include "resample/resize_common.h"
 
 namespace morva {
-namespace {
 
 // The scalar definition: copy every sample of the selected pixel.
 template <class T, int Channels>
@@ -19,7 +18,8 @@ void nearestRowScalar(const T* srcRow, int32_t, const int32_t* columns, T* dst, 
     }
 }
 
-}  // namespace
+template void nearestRowScalar<uint8_t, 1>(const uint8_t*, int32_t, const int32_t*, uint8_t*, int32_t);
+template void nearestRowScalar<uint8_t, 4>(const uint8_t*, int32_t, const int32_t*, uint8_t*, int32_t);
 
 template <class T, int Channels>
 void nearestEveryOtherScalar(const T* src, T* dst, int32_t width) {
@@ -116,8 +116,8 @@ private:
     NearestTwiceFn<T> twice_ = nullptr;
 };
 
-// One channel has no vector form of the general lookup: it is one load and
-// one store per pixel, and neither wide stores nor gathers measured faster.
+// The general lookup of one channel has an AVX-512 form alone: before it,
+// a load and a store per pixel measured as fast as wide stores or gathers.
 template <class T>
 IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
     const ResizeArgs& a = *job.args;
@@ -151,6 +151,9 @@ using NearestTable = KernelTable<NearestRowFn<T>>;
 const KernelTable<NearestRowFn<uint8_t>>& nearestRow8uTable(int32_t channels) {
     static const NearestTable<uint8_t> c1{
         {"scalar", Isa::Scalar, &nearestRowScalar<uint8_t, 1>},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &nearestRow8uC1Avx512},
+#endif
     };
     static const NearestTable<uint8_t> c3{
         {"scalar", Isa::Scalar, &nearestRowScalar<uint8_t, 3>},
@@ -162,6 +165,7 @@ const KernelTable<NearestRowFn<uint8_t>>& nearestRow8uTable(int32_t channels) {
         {"scalar", Isa::Scalar, &nearestRowScalar<uint8_t, 4>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &nearestRow8uC4Sse2},
+        {"avx512", Isa::Avx512, &nearestRow8uC4Avx512},
 #endif
     };
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);

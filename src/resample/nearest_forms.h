@@ -7,6 +7,8 @@
 namespace morva {
 
 template <class T, int Channels>
+void nearestRowScalar(const T* srcRow, int32_t srcWidth, const int32_t* columns, T* dst, int32_t width);
+template <class T, int Channels>
 void nearestEveryOtherScalar(const T* src, T* dst, int32_t width);
 template <class T, int Channels>
 void nearestTwiceScalar(const T* src, T* dst, int32_t width, int32_t phase);
@@ -14,6 +16,7 @@ void nearestTwiceScalar(const T* src, T* dst, int32_t width, int32_t phase);
 #if MORVA_X86_64
 NearestRow<uint8_t> nearestRow8uC3Sse2, nearestRow8uC4Sse2;
 NearestRow<uint16_t> nearestRow16uC3Sse2, nearestRow16uC4Sse2;
+NearestRow<uint8_t> nearestRow8uC1Avx512, nearestRow8uC4Avx512;
 // Pixels of 1, 2 and 4 bytes: 8u and 16u one channel, 8u four channels.
 NearestEveryOther<uint8_t> nearestEveryOther8uC1Sse2, nearestEveryOther8uC1Avx2, nearestEveryOther8uC1Avx512;
 NearestEveryOther<uint8_t> nearestEveryOther8uC4Sse2, nearestEveryOther8uC4Avx2, nearestEveryOther8uC4Avx512;

@@ -38,25 +38,32 @@ std::vector<V> drawn(Rng& rng, size_t count, Draw draw) {
 }
 
 // Row kernels that read the taps before .. after around each column entry:
-// random entries, the first and the last at the two ends of the row, and
-// `weigh` adding the weights of one column.
+// entries anywhere, or rising by steps of up to two and a half pixels as a
+// resize's do, the first and the last at the two ends of the row; `weigh`
+// adds the weights of one column.
 template <class T, class Out, class W, class Fn, class Weigh>
 void checkRows(const KernelTable<Fn>& table, int32_t channels, int32_t before, int32_t after, Weigh weigh) {
     checkForms(table, [&](Rng& rng, int32_t width) {
-        const int32_t srcWidth = rng.uniform(before + after + 1, 300);
+        const int32_t srcWidth = rng.uniform(before + after + 1, 300), last = srcWidth - after - 1;
         const RandomRow<T> row(rng, size_t(srcWidth) * channels);
+        const bool rising = rng.uniform(0, 1);
+        const double scale = rng.real(0.2, 2.5), start = rng.real(before, last);
         std::vector<int32_t> columns(static_cast<size_t>(width));
-        for (int32_t& c : columns) c = rng.uniform(before, srcWidth - after - 1) * channels;
+        for (int32_t j = 0; j < width; ++j)
+            columns[size_t(j)] = channels * (rising ? std::min(int32_t(start + j * scale), last) : rng.uniform(before, last));
         columns.front() = before * channels;
-        columns.back() = (srcWidth - after - 1) * channels;
+        columns.back() = last * channels;
         std::vector<W> weights;
         for (int32_t j = 0; j < width; ++j) weigh(rng, weights);
         return std::pair{std::vector<uint8_t>(size_t(width) * channels * sizeof(Out)),
                          [=](Fn fn, uint8_t* out) {
+                             Out* o = reinterpret_cast<Out*>(out);
                              if constexpr (std::is_same_v<W, void*>)
-                                 fn(row.data(), srcWidth, columns.data(), reinterpret_cast<Out*>(out), width);
+                                 fn(row.data(), srcWidth, columns.data(), o, width);
+                             else if constexpr (std::is_invocable_v<Fn, const T*, int32_t, const int32_t*, const W*, Out*, int32_t>)
+                                 fn(row.data(), srcWidth, columns.data(), weights.data(), o, width);
                              else
-                                 fn(row.data(), columns.data(), weights.data(), reinterpret_cast<Out*>(out), width);
+                                 fn(row.data(), columns.data(), weights.data(), o, width);
                          }};
     }, 70, sizeof(Out));
 }

@@ -56,7 +56,7 @@ __m256i roundQ8(__m256i sums) {
 
 }  // namespace
 
-void linearRow8uC4Avx2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+void linearRow8uC4Avx2(const uint8_t* p, int32_t srcWidth, const int32_t* columns, const int16_t* weights,
                        int16_t* out, int32_t width) {
     int32_t j = 0;
     for (; j + 4 <= width; j += 4) {
@@ -66,10 +66,10 @@ void linearRow8uC4Avx2(const uint8_t* p, const int32_t* columns, const int16_t* 
         const __m256i packed = _mm256_packs_epi32(roundQ8(s01), roundQ8(s23));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * j), inOrder(packed));
     }
-    linearRow8uScalar<4>(p, columns + j, weights + 2 * j, out + 4 * j, width - j);
+    linearRow8uScalar<4>(p, srcWidth, columns + j, weights + 2 * j, out + 4 * j, width - j);
 }
 
-void linearRow8uC3Avx2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+void linearRow8uC3Avx2(const uint8_t* p, int32_t srcWidth, const int32_t* columns, const int16_t* weights,
                        int16_t* out, int32_t width) {
     // Per half the three samples of two columns, then the halves joined:
     // twelve results of four columns in the low 24 bytes.
@@ -87,7 +87,7 @@ void linearRow8uC3Avx2(const uint8_t* p, const int32_t* columns, const int16_t* 
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * j), _mm256_castsi256_si128(v));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 3 * j + 8), _mm256_extracti128_si256(v, 1));
     }
-    linearRow8uScalar<3>(p, columns + j, weights + 2 * j, out + 3 * j, width - j);
+    linearRow8uScalar<3>(p, srcWidth, columns + j, weights + 2 * j, out + 3 * j, width - j);
 }
 
 void linearBlend8uAvx2(const int16_t* a, const int16_t* b, uint8_t* dst, int32_t count,

@@ -61,7 +61,7 @@ void storeThree(float* out, __m128 v, bool more) {
 
 }  // namespace
 
-void linearRow8uC1Sse2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+void linearRow8uC1Sse2(const uint8_t* p, int32_t, const int32_t* columns, const int16_t* weights,
                        int16_t* out, int32_t width) {
     const __m128i zero = _mm_setzero_si128();
     int32_t j = 0;
@@ -85,7 +85,7 @@ void linearRow8uC1Sse2(const uint8_t* p, const int32_t* columns, const int16_t* 
     }
 }
 
-void linearRow8uC3Sse2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+void linearRow8uC3Sse2(const uint8_t* p, int32_t, const int32_t* columns, const int16_t* weights,
                        int16_t* out, int32_t width) {
     for (int32_t j = 0; j < width; ++j) {
         const __m128i sums = roundQ8(_mm_madd_epi16(pairsOfThree(p + columns[j]), weightPair(weights, j)));
@@ -100,7 +100,7 @@ void linearRow8uC3Sse2(const uint8_t* p, const int32_t* columns, const int16_t* 
     }
 }
 
-void linearRow8uC4Sse2(const uint8_t* p, const int32_t* columns, const int16_t* weights,
+void linearRow8uC4Sse2(const uint8_t* p, int32_t, const int32_t* columns, const int16_t* weights,
                        int16_t* out, int32_t width) {
     int32_t j = 0;
     for (; j + 2 <= width; j += 2) {
@@ -135,7 +135,7 @@ void linearBlend8uSse2(const int16_t* a, const int16_t* b, uint8_t* dst, int32_t
     linearBlend8uScalar(a + i, b + i, dst + i, count - i, fraction);
 }
 
-void linearRow16uC1Sse2(const uint16_t* p, const int32_t* columns, const float* fractions,
+void linearRow16uC1Sse2(const uint16_t* p, int32_t, const int32_t* columns, const float* fractions,
                         float* out, int32_t width) {
     const __m128i low16 = _mm_set1_epi32(0xFFFF);
     int32_t j = 0;
@@ -157,7 +157,7 @@ void linearRow16uC1Sse2(const uint16_t* p, const int32_t* columns, const float* 
     }
 }
 
-void linearRow16uC3Sse2(const uint16_t* p, const int32_t* columns, const float* fractions,
+void linearRow16uC3Sse2(const uint16_t* p, int32_t, const int32_t* columns, const float* fractions,
                         float* out, int32_t width) {
     const __m128i zero = _mm_setzero_si128();
     for (int32_t j = 0; j < width; ++j) {
@@ -171,7 +171,7 @@ void linearRow16uC3Sse2(const uint16_t* p, const int32_t* columns, const float* 
     }
 }
 
-void linearRow16uC4Sse2(const uint16_t* p, const int32_t* columns, const float* fractions,
+void linearRow16uC4Sse2(const uint16_t* p, int32_t, const int32_t* columns, const float* fractions,
                         float* out, int32_t width) {
     const __m128i zero = _mm_setzero_si128();
     for (int32_t j = 0; j < width; ++j) {

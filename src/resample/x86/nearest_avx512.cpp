@@ -1,6 +1,10 @@
-// AVX-512 forms of the nearest neighbour rows whose columns step evenly: the
-// narrowing moves keep every other pixel in one instruction.
+// AVX-512 forms of the nearest neighbour rows. Where the columns step
+// evenly, the narrowing moves keep every other pixel in one instruction; in
+// general, a block of columns whose pixels lie within a window of 64 or 128
+// source bytes picks them by one permutation instead of a load each.
 #include "resample/x86/nearest_lanes.h"
+#include "resample/prefetch.h"
+#include "resample/x86/window_avx512.h"
 
 #if MORVA_X86_64
 #include <immintrin.h>
@@ -43,6 +47,46 @@ struct Avx512Moves {
 }  // namespace
 
 MORVA_NEAREST_FORMS(Avx512, Avx512Moves)
+
+// 32 columns a block, their bytes from 64 as sixteen-bit words: word o / 2
+// holds byte o in its low or high half.
+void nearestRow8uC1Avx512(const uint8_t* s, int32_t srcWidth, const int32_t* columns, uint8_t* d, int32_t width) {
+    int32_t j = 0;
+    for (; j + 32 <= width; j += 32) {
+        const int32_t base = columns[j];
+        const __m512i o0 = _mm512_sub_epi32(_mm512_loadu_si512(columns + j), _mm512_set1_epi32(base));
+        const __m512i o1 = _mm512_sub_epi32(_mm512_loadu_si512(columns + j + 16), _mm512_set1_epi32(base));
+        if (!allBelow(o0, 64) || !allBelow(o1, 64)) {
+            nearestRowScalar<uint8_t, 1>(s, srcWidth, columns + j, d + j, 32);
+            continue;
+        }
+        const __m512i offsets = narrowTwo(o0, o1);
+        const __m512i window = loadWindow(s + base, int64_t(srcWidth) - base);
+        __m512i words = _mm512_permutexvar_epi16(_mm512_srli_epi16(offsets, 1), window);
+        words = _mm512_mask_srli_epi16(words, _mm512_test_epi16_mask(offsets, _mm512_set1_epi16(1)), words, 8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + j), _mm512_cvtepi16_epi8(words));
+    }
+    nearestRowScalar<uint8_t, 1>(s, srcWidth, columns + j, d + j, width - j);
+}
+
+// 16 columns a block, their pixels from 32 in two windows of 64 bytes.
+void nearestRow8uC4Avx512(const uint8_t* s, int32_t srcWidth, const int32_t* columns, uint8_t* d, int32_t width) {
+    const int64_t rowBytes = int64_t(srcWidth) * 4;
+    int32_t j = 0;
+    for (; j + 16 <= width; j += 16) {
+        const int32_t base = columns[j];
+        const __m512i offsets = _mm512_sub_epi32(_mm512_loadu_si512(columns + j), _mm512_set1_epi32(base));
+        if (!allBelow(offsets, 128)) {
+            nearestRowScalar<uint8_t, 4>(s, srcWidth, columns + j, d + 4 * j, 16);
+            continue;
+        }
+        prefetchBytes(s + base + rowBytes, 64);  // the next row, as a rule
+        const __m512i low = loadWindow(s + base, rowBytes - base);
+        const __m512i high = loadWindow(s + base + 64, rowBytes - base - 64);
+        _mm512_storeu_si512(d + 4 * j, _mm512_permutex2var_epi32(low, _mm512_srli_epi32(offsets, 2), high));
+    }
+    nearestRowScalar<uint8_t, 4>(s, srcWidth, columns + j, d + 4 * j, width - j);
+}
 
 }  // namespace morva
 #endif
