@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "resample/nearest_forms.h"
+#include "resample/prefetch.h"
 #include "resample/resize_common.h"
 
 namespace morva {
@@ -130,6 +131,9 @@ IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
     T* dst = reinterpret_cast<T*>(job.dst);
     const size_t rowBytes = size_t(a.width) * size_t(a.nChannels) * sizeof(T);
     const RowCopy<T> copyRow(job, lookup);
+    // The bytes of a source row that the columns reach, for the prefetch of
+    // the next row (the columns rise with the target's).
+    const size_t spanBytes = size_t(job.columns[a.width - 1] - job.columns[0] + a.nChannels) * sizeof(T);
     for (int32_t i = 0; i < a.height; ++i) {
         T* out = dst + ptrdiff_t(i) * job.dstStep;
         if (i > 0 && job.rows[i] == job.rows[i - 1]) {
@@ -137,6 +141,7 @@ IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
             // target row above.
             std::memmove(out, out - job.dstStep, rowBytes);
         } else {
+            if (i + 1 < a.height) prefetchBytes(src + job.rows[i + 1] + job.columns[0], spanBytes);
             copyRow(src + job.rows[i], out);
         }
     }
