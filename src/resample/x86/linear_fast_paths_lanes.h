@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "resample/linear_fast_paths_forms.h"
+#include "resample/prefetch.h"
 #include "resample/x86/u16_lanes.h"
 #include "resample/x86/u32_lanes.h"
 
@@ -30,7 +31,10 @@ void linearBox8uC1(const uint8_t* upper, const uint8_t* lower, uint8_t* dst, int
         const auto x = L::loadPairs(p);
         return L::add(L::lowBytes(x), L::template shiftRight<8>(x));
     };
+    const ptrdiff_t step = lower - upper;
     blocksOver(width, L::kLanes, [&](int32_t j) {
+        prefetchBytes(lower + step + 2 * j, 2 * L::kLanes);  // the next pair of rows
+        prefetchBytes(lower + 2 * step + 2 * j, 2 * L::kLanes);
         const auto sum = L::add(L::add(pairSums(upper + 2 * j), pairSums(lower + 2 * j)), L::set(2));
         L::storeBytes(dst + j, L::template shiftRight<2>(sum));
     });
