@@ -86,7 +86,7 @@ AxisRim buildAxis(int32_t* table, int32_t count, int32_t first, double scale, do
     AxisRim rim;
     for (int32_t i = 0; i < count; ++i) {
         const double d = (double(first + i) + 0.5) * scale - 0.5 + offset;
-        const double k = std::floor(d);
+        const double k = floorOf(d);
         table[i] = clampToInt32(k, -1, length - 1) * multiplier;
         store(i, d, k);
         if (d < 0.0) ++rim.low;

@@ -21,7 +21,7 @@ AxisRim<Taps> buildAxis(int32_t* table, float* fractions, int32_t count, int32_t
     AxisRim<Taps> rim;
     for (int32_t i = 0; i < count; ++i) {
         const double d = (double(first + i) + 0.5) * scale - 0.5 + offset;
-        const double k = std::floor(d);
+        const double k = floorOf(d);
         table[i] = clampToInt32(k, -1, length - 1) * multiplier;
         fractions[i] = float(d - k);
         for (int n = 0; n < AxisRim<Taps>::kLevels; ++n) {

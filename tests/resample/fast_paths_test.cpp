@@ -3,14 +3,34 @@
 // beside it) against the per-pixel models, at every processor slot this
 // host runs.
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "resample/linear_fast_paths.h"
 #include "resample/nearest.h"
+#include "resample/resize_common.h"
 #include "resize_model.h"
 
 namespace morva::testing {
 namespace {
+
+// The tables' floor, to the bit: signs of zero, halves, neighbours of whole
+// numbers, the edge of the fraction range and beyond it.
+TEST(TableArithmetic, FloorOfIsTheLibrarysFloor) {
+    std::vector<double> values = {0.0, -0.0, 0.5, -0.5, 1.0, -1.0, 0x1p52, -0x1p52, 0x1p52 - 0.5, -0x1p52 + 0.5,
+                                  0x1p63, -0x1p63, 1e300, -1e300, HUGE_VAL, -HUGE_VAL, NAN};
+    for (double v : {1.0, 7.0, 1919.0, 2147483648.0}) {
+        values.push_back(std::nextafter(v, 0.0));
+        values.push_back(-std::nextafter(v, 0.0));
+        values.push_back(std::nextafter(v, 1e9));
+    }
+    Rng rng{5};
+    for (int n = 0; n < 1000; ++n) values.push_back(rng.real(-3000.0, 3000.0));
+    for (double v : values) {
+        const double expected = std::floor(v), actual = floorOf(v);
+        EXPECT_TRUE(std::memcmp(&expected, &actual, sizeof(double)) == 0) << v;
+    }
+}
 
 // The shape of a linear axis of `count` target pixels from `first`, with
 // Q14 fractions as the 8u tables hold them.
@@ -71,7 +91,9 @@ TEST(NearestFastPaths, SelectorReadsTheTables) {
         for (int32_t count : {5, 8, 61}) {
             const S shape = nearestShape(count, c.first, c.factor, c.shift);
             EXPECT_EQ(shape.kind, c.kind) << "factor " << c.factor << " shift " << c.shift << ", " << count;
-            if (c.kind == S::Twice) EXPECT_EQ(shape.phase, c.phase);
+            if (c.kind == S::Twice) {
+                EXPECT_EQ(shape.phase, c.phase);
+            }
         }
 }
 
