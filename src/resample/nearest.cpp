@@ -96,6 +96,14 @@ public:
             twice_ = byDepth<T>(nearestTwice8uTable(channels).current(), nearestTwice16uTable(channels).current());
     }
 
+    // The general lookup gathers from the row in small steps, ahead of which
+    // the hardware's prefetch falls behind; the even-stepping rows stream.
+    void prefetch(const T* row) const {
+        if (shape_.kind != NearestColumnShape::General) return;
+        const int32_t last = columns_[a_.width - 1];  // the columns rise with the target's
+        prefetchBytes(row + first_, size_t(last - first_ + a_.nChannels) * sizeof(T));
+    }
+
     void operator()(const T* row, T* out) const {
         switch (shape_.kind) {
         case NearestColumnShape::Copy:
@@ -131,9 +139,7 @@ IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
     T* dst = reinterpret_cast<T*>(job.dst);
     const size_t rowBytes = size_t(a.width) * size_t(a.nChannels) * sizeof(T);
     const RowCopy<T> copyRow(job, lookup);
-    // The bytes of a source row that the columns reach, for the prefetch of
-    // the next row (the columns rise with the target's).
-    const size_t spanBytes = size_t(job.columns[a.width - 1] - job.columns[0] + a.nChannels) * sizeof(T);
+
     for (int32_t i = 0; i < a.height; ++i) {
         T* out = dst + ptrdiff_t(i) * job.dstStep;
         if (i > 0 && job.rows[i] == job.rows[i - 1]) {
@@ -141,7 +147,7 @@ IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
             // target row above.
             std::memmove(out, out - job.dstStep, rowBytes);
         } else {
-            if (i + 1 < a.height) prefetchBytes(src + job.rows[i + 1] + job.columns[0], spanBytes);
+            if (i + 1 < a.height) copyRow.prefetch(src + job.rows[i + 1]);
             copyRow(src + job.rows[i], out);
         }
     }
