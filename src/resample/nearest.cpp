@@ -58,6 +58,8 @@ NearestColumnShape nearestColumnShape(const int32_t* columns, int32_t width, int
 
 namespace {
 
+}  // namespace
+
 // One axis of the index tables. The position of target pixel y is
 // (y + 0.5) * scale + offset - 1e-10: the bias makes a position exactly on
 // a whole number k select k - 1, the pixel on the lower side. Entries in
@@ -69,15 +71,22 @@ namespace {
 // the check admits a pixel whose centre lies within 1e-10 outside the mapped
 // region; the index is limited to the source so that such a pixel takes the
 // edge pixel instead of reading outside the image. Nothing else changes.
-void buildAxis(int32_t* table, int32_t count, int32_t first, double scale, double offset,
-               int32_t sourceLength, int32_t multiplier) {
+void nearestAxisEntries(int32_t* table, int32_t from, int32_t to, int32_t count, int32_t first, double scale,
+                        double offset, int32_t sourceLength, int32_t multiplier) {
     const int32_t blocks = count - count % 4;
-    for (int32_t i = 0; i < count; ++i) {
+    for (int32_t i = from; i < to; ++i) {
         const double centre = double(first + i) + 0.5;
         const double d = i < blocks ? centre * scale + offset - 1e-10
                                     : centre * scale - 1e-10 + offset;
         table[i] = clampToInt32(d, 0, sourceLength - 1) * multiplier;
     }
+}
+
+namespace {
+
+void nearestAxisScalar(int32_t* table, int32_t count, int32_t first, double scale, double offset,
+                       int32_t sourceLength, int32_t multiplier) {
+    nearestAxisEntries(table, 0, count, count, first, scale, offset, sourceLength, multiplier);
 }
 
 // Copies one target row from a source row, by the general lookup or, where
@@ -131,9 +140,9 @@ template <class T>
 IppStatus runNearest(const ResizeJob& job, NearestRowFn<T> lookup) {
     const ResizeArgs& a = *job.args;
     // Rows first, then columns.
+    const NearestAxisFn buildAxis = nearestAxisTable().current();
     buildAxis(job.rows, a.height, a.y0, a.yScale, a.yOffset, a.srcHeight, job.srcStep);
-    buildAxis(job.columns, a.width, a.x0, a.xScale, a.xOffset, a.srcWidth,
-              a.nProcessed == 1 ? 1 : a.nChannels);
+    buildAxis(job.columns, a.width, a.x0, a.xScale, a.xOffset, a.srcWidth, a.nProcessed == 1 ? 1 : a.nChannels);
 
     const T* src = reinterpret_cast<const T*>(a.src);
     T* dst = reinterpret_cast<T*>(job.dst);
@@ -269,6 +278,16 @@ const KernelTable<NearestTwiceFn<uint16_t>>& nearestTwice16uTable(int32_t channe
     static const KernelTable<NearestTwiceFn<uint16_t>> c3{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 3>}};
     static const KernelTable<NearestTwiceFn<uint16_t>> c4{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 4>}};
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<NearestAxisFn>& nearestAxisTable() {
+    static const KernelTable<NearestAxisFn> table{
+        {"scalar", Isa::Scalar, &nearestAxisScalar},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &nearestAxisAvx512},
+#endif
+    };
+    return table;
 }
 
 IppStatus resizeNearest(const ResizeJob& job) {

@@ -16,6 +16,13 @@ using NearestRow = void(const T* srcRow, int32_t srcWidth, const int32_t* column
 template <class T>
 using NearestRowFn = NearestRow<T>*;
 
+// One axis of the index tables: entry i is the source pixel of target
+// pixel first + i, limited to 0 .. length - 1, times multiplier.
+using NearestAxis = void(int32_t* table, int32_t count, int32_t first, double scale, double offset,
+                         int32_t length, int32_t multiplier);
+using NearestAxisFn = NearestAxis*;
+const KernelTable<NearestAxisFn>& nearestAxisTable();
+
 // Rows whose column table steps evenly, from the pixel of target column 0:
 // every other source pixel (dst pixel j = src pixel 2j), or each source
 // pixel twice (dst pixel j = src pixel (j + phase) / 2, phase 1 where the

@@ -476,6 +476,23 @@ void checkNearestFastPaths(int32_t n) {
     }, 140, sizeof(T));
 }
 
+// Index tables of factors where positions fall on ties and of any factor,
+// starting in the source or far outside it (where entries are limited), of
+// steps of either sign.
+TEST(ResampleForms, NearestAxis) {
+    checkForms(nearestAxisTable(), [](Rng& rng, int32_t count) {
+        const int32_t first = rng.uniform(0, 5000), length = rng.uniform(1, 4000);
+        const int32_t multiplier = rng.uniform(0, 1) ? rng.uniform(1, 4) : rng.uniform(-8000, 8000);
+        const double factors[] = {0.25, 0.5, 1.0, 2.0, 3.0};
+        const double scale = rng.uniform(0, 1) ? 1.0 / factors[rng.uniform(0, 4)] : rng.real(0.01, 10.0);
+        const double offsets[] = {-first * scale, -first * scale + rng.real(-5.0, 5.0), rng.real(-1e12, 1e12), kNaN};
+        const double offset = offsets[rng.uniform(0, 3)];
+        return std::pair{std::vector<uint8_t>(size_t(count) * 4), [=](NearestAxisFn fn, uint8_t* out) {
+                             fn(reinterpret_cast<int32_t*>(out), count, first, scale, offset, length, multiplier);
+                         }};
+    }, 140, 4);
+}
+
 TEST(ResampleForms, NearestFastPaths) {
     for (int32_t n : kChannels) {
         SCOPED_TRACE("channels " + std::to_string(n));

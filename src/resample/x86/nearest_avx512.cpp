@@ -48,6 +48,30 @@ struct Avx512Moves {
 
 MORVA_NEAREST_FORMS(Avx512, Avx512Moves)
 
+// Eight entries a vector, each lane the scalar definition's float64
+// operations in their order; the entries behind the last block of four, and
+// what is left of the blocks, by the scalar definition.
+void nearestAxisAvx512(int32_t* table, int32_t count, int32_t first, double scale, double offset,
+                       int32_t length, int32_t multiplier) {
+    const int32_t blocks = count - count % 4;
+    const __m512d s = _mm512_set1_pd(scale), o = _mm512_set1_pd(offset), bias = _mm512_set1_pd(1e-10);
+    const __m512d top = _mm512_set1_pd(double(length - 1));
+    const __m256i last = _mm256_set1_epi32(length - 1), times = _mm256_set1_epi32(multiplier);
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    int32_t i = 0;
+    for (; i + 8 <= blocks; i += 8) {
+        const __m512d centre = _mm512_add_pd(_mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(first + i), lanes)),
+                                             _mm512_set1_pd(0.5));
+        const __m512d d = _mm512_sub_pd(_mm512_add_pd(_mm512_mul_pd(centre, s), o), bias);
+        // clampToInt32(d, 0, length - 1): below 0 or NaN gives 0.
+        __m256i k = _mm256_maskz_mov_epi32(_mm512_cmp_pd_mask(d, _mm512_setzero_pd(), _CMP_GE_OQ),
+                                           _mm512_cvttpd_epi32(d));
+        k = _mm256_mask_mov_epi32(k, _mm512_cmp_pd_mask(d, top, _CMP_GE_OQ), last);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(table + i), _mm256_mullo_epi32(k, times));
+    }
+    nearestAxisEntries(table, i, count, count, first, scale, offset, length, multiplier);
+}
+
 // 32 columns a block, their bytes from 64 as sixteen-bit words: word o / 2
 // holds byte o in its low or high half.
 void nearestRow8uC1Avx512(const uint8_t* s, int32_t srcWidth, const int32_t* columns, uint8_t* d, int32_t width) {
