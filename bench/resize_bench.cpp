@@ -1,6 +1,7 @@
-// Resize benchmarks: whole 1920x1080 frames (grey, BGR24, BGRA) to 1280x720
-// and 3840x2160 by nearest neighbour and linear at each processor slot, and
-// the row kernels of both families per form. Items are target pixels.
+// Resize benchmarks: whole 1920x1080 frames (grey, BGR24, BGRA) to 960x540,
+// 1280x720 and 3840x2160 by nearest neighbour and linear at each processor
+// slot (halving and doubling take the fast paths), the row kernels of both
+// families and the one-channel fast paths per form. Items are target pixels.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -9,6 +10,7 @@
 #include "bench_util.h"
 #include "morva.h"
 #include "resample/linear.h"
+#include "resample/linear_fast_paths.h"
 #include "resample/nearest.h"
 #include "resample/resize.h"
 
@@ -16,7 +18,7 @@ namespace morva::bench {
 namespace {
 
 constexpr int32_t kSrcWidth = 1920, kSrcHeight = 1080;
-const std::vector<std::pair<int, int>> kTargets = {{1280, 720}, {3840, 2160}};
+const std::vector<std::pair<int, int>> kTargets = {{960, 540}, {1280, 720}, {3840, 2160}};
 
 using Resize8u = IppStatus (*)(const uint8_t*, IppiSize, int32_t, IppiRect, uint8_t*, int32_t, IppiRect,
                                double, double, double, double, int32_t, uint8_t*);
@@ -110,6 +112,48 @@ void registerRowKernels() {
         kTargets);
 }
 
+// The one-channel 8u fast paths of a 1920x1080 frame: the halving to
+// 960x540 and the doubling to 3840x2160, one call per target row.
+void registerFastPaths() {
+    const std::vector<uint8_t> src = patternBytes(size_t(kSrcWidth) * 2);
+    registerForms(
+        "linear_box_8u_c1", linearBox8uTable(1),
+        [src](benchmark::State& state, LinearBoxFn<uint8_t> fn, int w, int h) {
+            std::vector<uint8_t> dst(static_cast<size_t>(w));
+            for (auto _ : state)
+                for (int y = 0; y < h; ++y) fn(src.data(), src.data() + kSrcWidth, dst.data(), w);
+            benchmark::DoNotOptimize(dst.data());
+        },
+        {{960, 540}});
+    registerForms(
+        "linear_double_8u_c1", linearDouble8uTable(1),
+        [src](benchmark::State& state, LinearDoubleFn<uint8_t> fn, int w, int h) {
+            std::vector<uint8_t> dst(static_cast<size_t>(w));
+            for (auto _ : state)
+                for (int y = 0; y < h; ++y) fn(src.data(), src.data() + kSrcWidth, 1 + 2 * (y % 2), 3, dst.data(), w);
+            benchmark::DoNotOptimize(dst.data());
+        },
+        {{3838, 2158}});
+    registerForms(
+        "nearest_every_other_8u_c1", nearestEveryOther8uTable(1),
+        [src](benchmark::State& state, NearestEveryOtherFn<uint8_t> fn, int w, int h) {
+            std::vector<uint8_t> dst(static_cast<size_t>(w));
+            for (auto _ : state)
+                for (int y = 0; y < h; ++y) fn(src.data(), dst.data(), w);
+            benchmark::DoNotOptimize(dst.data());
+        },
+        {{960, 540}});
+    registerForms(
+        "nearest_twice_8u_c1", nearestTwice8uTable(1),
+        [src](benchmark::State& state, NearestTwiceFn<uint8_t> fn, int w, int h) {
+            std::vector<uint8_t> dst(static_cast<size_t>(w));
+            for (auto _ : state)
+                for (int y = 0; y < h; ++y) fn(src.data(), dst.data(), w, 0);
+            benchmark::DoNotOptimize(dst.data());
+        },
+        {{3840, 2160}});
+}
+
 const bool registered = [] {
     std::vector<int> slots = {0};
     if (highestCpuSlot() != 0) slots.push_back(highestCpuSlot());
@@ -127,6 +171,7 @@ const bool registered = [] {
                 }
     }
     registerRowKernels();
+    registerFastPaths();
     return true;
 }();
 
