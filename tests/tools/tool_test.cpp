@@ -442,6 +442,11 @@ TEST_F(ToolRun, PipesAndDamagedVideos) {
     ASSERT_EQ(video.frames.size(), 2u);
     EXPECT_EQ(planeRow(*video.frames[1], 0, 0)[0], 100);
 
+    // A file's frames are used where they lie; a pipe's are read: the same picture.
+    ASSERT_EQ(run({"compose", "-y", "--size", "32x16", "-o", path("file.y4m"), path("clip.y4m"), path("clip.y4m")}).exitCode, 0);
+    ASSERT_EQ(run({"compose", "-y", "--size", "32x16", "-o", path("pipe.y4m"), path("clip.y4m"), "-"}, {}, path("clip.y4m")).exitCode, 0);
+    EXPECT_EQ(readFile(path("file.y4m")), readFile(path("pipe.y4m")));
+
     const ToolResult padded = run({"compose", "-o", path("out.y4m"), path("padded.y4m")});
     EXPECT_EQ(padded.exitCode, 0);
     EXPECT_NE(padded.err.find("what follows frame 2 is not a FRAME line"), std::string::npos) << padded.err;

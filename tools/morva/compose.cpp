@@ -185,17 +185,17 @@ public:
     FrameReader(const std::vector<std::unique_ptr<Input>>& inputs, const RenderPlan& plan, int32_t scaleMode, Rate rate,
                 int64_t maxFrames)
         : inputs_(inputs), plan_(plan), rate_(rate), maxFrames_(maxFrames), scaleMode_(scaleMode), position_(inputs.size(), -1),
-          ended_(inputs.size(), false), last_(inputs.size(), nullptr) {}
+          ended_(inputs.size(), false), last_(inputs.size(), nullptr), shared_(inputs.size()) {}
 
     void prepare(FrameSlot& slot) const {
         for (size_t i = 0; i < inputs_.size(); ++i) {
-            TImage* image = const_cast<TImage*>(inputs_[i]->still());
-            if (!image) {
-                slot.images.push_back(inputs_[i]->allocateFrame());
-                image = slot.images.back().get();
-            }
-            morvaSetAttributes(image, plan_.interpolations[i], scaleMode_);
-            slot.sources.push_back(image);
+            const Input& input = *inputs_[i];
+            std::shared_ptr<TImage> image;
+            if (!input.still() && !input.framesInPlace()) image = input.allocateFrame();
+            TImage* source = input.still() ? const_cast<TImage*>(input.still()) : image.get();
+            if (source) morvaSetAttributes(source, plan_.interpolations[i], scaleMode_);
+            slot.images.push_back(std::move(image));
+            slot.sources.push_back(source);
         }
     }
 
@@ -206,23 +206,52 @@ public:
             Input& input = *inputs_[i];
             if (input.still()) continue;
             anyVideo = true;
-            TImage& image = *slot.sources[i];
             const int64_t due = inputFrameAt(frame, rate_, *input.rate());
-            bool fresh = false;
-            while (!ended_[i] && position_[i] < due) {
-                if (input.readNext(image))
-                    ++position_[i], fresh = true;
-                else
-                    ended_[i] = true;
-            }
+            if (input.framesInPlace())
+                readInPlace(i, due, slot);
+            else
+                readIntoSlot(i, due, slot);
             anyRunning = anyRunning || position_[i] >= due;
-            if (!fresh && last_[i] != &image) std::memcpy(image.data, last_[i]->data, size_t(image.size));
-            last_[i] = &image;
         }
         return anyVideo ? anyRunning : frame == 0;
     }
 
 private:
+    // Reads the frames of video `i` up to `due`, or to its end.
+    template <class ReadOne>
+    bool advance(size_t i, int64_t due, ReadOne readOne) {
+        bool fresh = false;
+        while (!ended_[i] && position_[i] < due) {
+            if (readOne())
+                ++position_[i], fresh = true;
+            else
+                ended_[i] = true;
+        }
+        return fresh;
+    }
+
+    // The slot shares the frame, however many slots show it.
+    void readInPlace(size_t i, int64_t due, FrameSlot& slot) {
+        const bool fresh = advance(i, due, [&] {
+            std::shared_ptr<TImage> next = inputs_[i]->readInPlace();
+            if (!next) return false;
+            shared_[i] = std::move(next);
+            return true;
+        });
+        if (fresh) morvaSetAttributes(shared_[i].get(), plan_.interpolations[i], scaleMode_);
+        slot.images[i] = shared_[i];
+        slot.sources[i] = shared_[i].get();
+    }
+
+    // The slot holds a copy: read into it, or copied from the slot that
+    // showed the frame before.
+    void readIntoSlot(size_t i, int64_t due, FrameSlot& slot) {
+        TImage& image = *slot.sources[i];
+        const bool fresh = advance(i, due, [&] { return inputs_[i]->readNext(image); });
+        if (!fresh && last_[i] != &image) std::memcpy(image.data, last_[i]->data, size_t(image.size));
+        last_[i] = &image;
+    }
+
     const std::vector<std::unique_ptr<Input>>& inputs_;
     const RenderPlan& plan_;
     Rate rate_;
@@ -230,7 +259,8 @@ private:
     int32_t scaleMode_;
     std::vector<int64_t> position_;  // frame of each video last read, -1 before the first
     std::vector<bool> ended_;
-    std::vector<TImage*> last_;
+    std::vector<TImage*> last_;                     // a video's frame in the slot that showed it last
+    std::vector<std::shared_ptr<TImage>> shared_;  // a video's frame used in place
 };
 
 std::optional<int64_t> expectedFrames(const std::vector<std::unique_ptr<Input>>& inputs, Rate rate, int64_t maxFrames) {

@@ -38,10 +38,10 @@ class VideoInput : public Input {
 public:
     explicit VideoInput(std::unique_ptr<Y4mReader> reader)
         : Input(reader->name()), reader_(std::move(reader)), raw_(reader_->allocateFrameImage("video")),
-          composeIn_(raw_->format) {
+          composeIn_(raw_->format), mapped_(reader_->mapFrames()) {
         // The first frame is read at once, so that a video without one is
         // refused before anything is written.
-        if (!reader_->readFrame(*raw_)) {
+        if (!nextFrame()) {
             const std::string note = reader_->endNote();
             throw ToolError("cannot read '" + name() + "': " + (note.empty() ? "the file has no frame" : note));
         }
@@ -61,25 +61,45 @@ public:
     }
     ImagePtr allocateFrame() const override { return allocateImage("frame", width(), height(), composeIn_); }
 
+    bool framesInPlace() const override { return mapped_ && !converter_; }
+    std::shared_ptr<TImage> readInPlace() override { return nextFrame() ? inPlace_ : nullptr; }
+
     bool readNext(TImage& image) override {
         // Frames in the composition's format are read straight into place.
-        const bool direct = !converter_;
-        if (pending_) {
-            pending_ = false;
-            if (direct) std::memcpy(image.data, raw_->data, size_t(raw_->size));
-        } else if (!reader_->readFrame(direct ? image : *raw_)) {
-            return false;
-        }
-        if (!direct) converter_->convertInto(*raw_, image);
+        if (!mapped_ && !converter_ && !pending_) return reader_->readFrame(image);
+        const TImage* frame = nextFrame();
+        if (!frame) return false;
+        if (converter_)
+            converter_->convertInto(*frame, image);
+        else
+            std::memcpy(image.data, frame->data, size_t(frame->size));
         return true;
     }
     std::string endNote() const override { return reader_->endNote(); }
 
 private:
+    // The next frame of the file: over its bytes where the file is mapped,
+    // else read into raw_. The first one was taken when the file was opened.
+    const TImage* nextFrame() {
+        if (pending_) {
+            pending_ = false;
+            return mapped_ ? inPlace_.get() : raw_.get();
+        }
+        if (!mapped_) return reader_->readFrame(*raw_) ? raw_.get() : nullptr;
+        const uint8_t* bytes = reader_->readFrameInPlace();
+        if (!bytes) return nullptr;
+        // The library only reads a source, so it may stand on read-only bytes.
+        inPlace_.reset(morvaAllocateImage("frame", raw_->width, -raw_->height, raw_->format, bytes, 1), ImageDeleter{});
+        if (!inPlace_) throw ToolError("the library can't hold a frame of '" + name() + "'");
+        return inPlace_.get();
+    }
+
     std::unique_ptr<Y4mReader> reader_;
     ImagePtr raw_;
     int32_t composeIn_;
+    bool mapped_;
     std::optional<FrameConverter> converter_;
+    std::shared_ptr<TImage> inPlace_;
     bool pending_ = false;
 };
 

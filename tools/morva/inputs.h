@@ -45,6 +45,11 @@ public:
     virtual ImagePtr allocateFrame() const { return nullptr; }
     virtual bool readNext(TImage&) { return false; }
     virtual std::string endNote() const { return {}; }
+    // A video whose frames need no conversion and can be used where they lie
+    // in its file gives each as an image over those bytes, nothing at the
+    // end; readNext is then not used.
+    virtual bool framesInPlace() const { return false; }
+    virtual std::shared_ptr<TImage> readInPlace() { return nullptr; }
 
 protected:
     explicit Input(std::string name) : name_(std::move(name)) {}

@@ -7,16 +7,18 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "images.h"
 
 namespace morvatool {
 
-// The sources of one frame. `images` are the slot's own (one per video
-// input); `sources` point at them or at stills shared by every slot.
+// The sources of one frame. `images` hold each video's frame (shared where a
+// frame stands on several slots); `sources` point at them or at stills shared
+// by every slot.
 struct FrameSlot {
-    std::vector<ImagePtr> images;
+    std::vector<std::shared_ptr<TImage>> images;
     std::vector<TImage*> sources;
 };
 

@@ -1,5 +1,6 @@
 #include "y4m_io.h"
 
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -202,6 +203,46 @@ std::unique_ptr<Y4mReader> Y4mReader::fromMemory(const uint8_t* bytes, size_t si
                            : fmemopen(const_cast<uint8_t*>(bytes), size, "rb"));
     if (file && size == 0) std::fgetc(file.get());
     return std::make_unique<Y4mReader>(std::move(file), "memory");
+}
+
+Y4mReader::~Y4mReader() {
+    if (mapped_) munmap(const_cast<uint8_t*>(mapped_), mappedSize_);
+}
+
+bool Y4mReader::mapFrames() {
+    struct stat info {};
+    const bool plain = header_.bits == 8 && !header_.fullRange && !header_.alpha &&
+                       (header_.chroma == Y4mChroma::C420 || header_.chroma == Y4mChroma::C422);
+    if (mapped_ || !plain || fstat(fileno(file_.get()), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size <= 0)
+        return mapped_ != nullptr;
+    // The library's planes must lie one behind the other with the file's sizes.
+    const ImagePtr probe = allocateFrameImage("probe");
+    PlaneSize planes[4];
+    const int count = filePlanes(header_, planes);
+    int64_t offset = 0;
+    for (int i = 0; i < count; ++i) {
+        const PlaneEntry& p = plane(*probe, i);
+        if (p.offset != offset || p.stride != planes[i].width || p.height != planes[i].height) return false;
+        offset += int64_t(p.size);
+    }
+    if (probe->size != offset) return false;
+    void* bytes = mmap(nullptr, size_t(info.st_size), PROT_READ, MAP_PRIVATE, fileno(file_.get()), 0);
+    if (bytes == MAP_FAILED) return false;
+    madvise(bytes, size_t(info.st_size), MADV_SEQUENTIAL);
+    mapped_ = static_cast<const uint8_t*>(bytes);
+    mappedSize_ = size_t(info.st_size);
+    return true;
+}
+
+const uint8_t* Y4mReader::readFrameInPlace() {
+    if (!mapped_ || !endNote_.empty() || !readFrameLine()) return nullptr;
+    const int64_t offset = ftello(file_.get()), bytes = y4mFrameBytes(header_);
+    if (offset < 0 || offset + bytes > int64_t(mappedSize_) || fseeko(file_.get(), offset + bytes, SEEK_SET) != 0) {
+        endNote_ = "frame " + std::to_string(framesRead_ + 1) + " is cut off";
+        return nullptr;
+    }
+    ++framesRead_;
+    return mapped_ + offset;
 }
 
 void Y4mReader::fail(const std::string& reason) const { throw ToolError("cannot read '" + name_ + "': " + reason); }

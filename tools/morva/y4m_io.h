@@ -80,6 +80,18 @@ public:
     int64_t framesRead() const { return framesRead_; }
     const std::string& endNote() const { return endNote_; }
 
+    // Frames used where they lie, without a copy: possible for a regular
+    // file of 8-bit video-range 4:2:0 or 4:2:2 whose planes the library lays
+    // out as the file does. Maps the file and tells whether it could.
+    bool mapFrames();
+    // With the file mapped: the next frame's bytes, valid while the reader
+    // lives, or nothing at the end (as readFrame).
+    const uint8_t* readFrameInPlace();
+
+    ~Y4mReader();
+    Y4mReader(const Y4mReader&) = delete;
+    Y4mReader& operator=(const Y4mReader&) = delete;
+
 private:
     [[noreturn]] void fail(const std::string& reason) const;
     bool readFrameLine();
@@ -96,6 +108,8 @@ private:
     std::vector<uint8_t> rowBytes_;   // one row as the file stores it
     std::vector<uint8_t> rowSamples_; // one row in 8 bits, before chroma is halved
     uint8_t lumaLevels_[256], chromaLevels_[256];
+    const uint8_t* mapped_ = nullptr;
+    size_t mappedSize_ = 0;
 };
 
 class Y4mWriter {
