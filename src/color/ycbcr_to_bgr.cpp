@@ -266,6 +266,7 @@ const KernelTable<Packed422ToBgrFn>& yuy2ToBgrTable() {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::yuy2ToBgrSse2},
         {"avx2", Isa::Avx2, &ycbcr::yuy2ToBgrAvx2},
+        {"avx512", Isa::Avx512, &ycbcr::yuy2ToBgrAvx512},
 #endif
     };
     return table;
@@ -289,6 +290,7 @@ const KernelTable<Packed422ToBgrFn>& uyvyToRgbTable() {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::uyvyToRgbSse2},
         {"avx2", Isa::Avx2, &ycbcr::uyvyToRgbAvx2},
+        {"avx512", Isa::Avx512, &ycbcr::uyvyToRgbAvx512},
 #endif
     };
     return table;
@@ -300,6 +302,7 @@ const KernelTable<Planar3ToBgrFn>& planar422ToBgrTable() {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::planar422ToBgrSse2},
         {"avx2", Isa::Avx2, &ycbcr::planar422ToBgrAvx2},
+        {"avx512", Isa::Avx512, &ycbcr::planar422ToBgrAvx512},
 #endif
     };
     return table;
@@ -311,6 +314,7 @@ const KernelTable<Planar3ToBgrFn>& planar420ToBgrTable() {
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &ycbcr::planar420ToBgrSse2},
         {"avx2", Isa::Avx2, &ycbcr::planar420ToBgrAvx2},
+        {"avx512", Isa::Avx512, &ycbcr::planar420ToBgrAvx512},
 #endif
     };
     return table;

@@ -54,8 +54,9 @@ void planar420ToBgraTail(const uint8_t* y, const uint8_t* cb, const uint8_t* cr,
 #if MORVA_X86_64
 Packed422ToBgraKernel yuy2ToBgraSse2, uyvyToBgraSse2, yuy2ToBgraAvx2, uyvyToBgraAvx2, yuy2ToBgraAvx512,
     uyvyToBgraAvx512;
-Packed422ToBgrKernel yuy2ToBgrSse2, uyvyToRgbSse2, yuy2ToBgrAvx2, uyvyToRgbAvx2;
-Planar3ToBgrKernel planar422ToBgrSse2, planar420ToBgrSse2, planar422ToBgrAvx2, planar420ToBgrAvx2;
+Packed422ToBgrKernel yuy2ToBgrSse2, uyvyToRgbSse2, yuy2ToBgrAvx2, uyvyToRgbAvx2, yuy2ToBgrAvx512, uyvyToRgbAvx512;
+Planar3ToBgrKernel planar422ToBgrSse2, planar420ToBgrSse2, planar422ToBgrAvx2, planar420ToBgrAvx2,
+    planar422ToBgrAvx512, planar420ToBgrAvx512;
 Planar3ToBgraKernel planar420ToBgraSse2, planar420ToBgraAvx2, planar420ToBgraAvx512;
 #endif
 
