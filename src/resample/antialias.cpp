@@ -10,7 +10,9 @@
 
 #include "morva.h"
 #include "resample/antialias_forms.h"
+#include "resample/antialias_stride.h"
 #include "resample/resize_common.h"
+#include "resample/work_block.h"
 
 namespace morva {
 namespace {
@@ -42,14 +44,6 @@ void antialiasRowsScalar(const T* src, int32_t srcStep, int32_t rows, const int3
             }
         }
     }
-}
-
-void antialiasAccumulateC1Scalar(const float* row, float weight, float* acc, int32_t count) {
-    for (int32_t i = 0; i < count; ++i) acc[i] = acc[i] + float(double(weight) * double(row[i]));
-}
-
-void antialiasAccumulateScalar(const float* row, float weight, float* acc, int32_t count) {
-    for (int32_t i = 0; i < count; ++i) acc[i] = acc[i] + weight * row[i];
 }
 
 // ---- Tables ---------------------------------------------------------------------------
@@ -87,31 +81,61 @@ bool layOut(const ResizeArgs& a, const AntialiasAxis& x, const AntialiasAxis& y,
     return true;
 }
 
-// The entries of one axis: for target coordinate first + c, the slots from
-// the first tap lo = ceil(offset - r + p) to the last hi = trunc(p + (r + offset)),
-// p = (first + c + 0.5) * s. Indices are clamped to the source, so that the
-// outermost sample repeats, and multiplied by `multiplier`; weights are
-// normalised by their float64 sum. Slots not reached keep index 0, weight 0.
+// Target coordinate x's filter centre and its first and last slots' source
+// positions: lo = ceil(offset - r + p), hi = trunc(p + (r + offset)) with
+// p = (x + 0.5) * s.
+struct SlotRange {
+    double centre, lo, hi;
+};
+
+SlotRange slotRange(const AntialiasAxis& axis, double offset, int32_t x) {
+    const double p = (double(x) + 0.5) * axis.scale;
+    return {p + offset, std::ceil(offset - axis.reach + p), std::trunc(p + (axis.reach + offset))};
+}
+
+// The entries of one axis for target coordinates first .. first + count - 1.
+// Indices are clamped to the source, so that the outermost sample repeats,
+// and multiplied by `multiplier`; weights are normalised by their float64
+// sum. Slots not reached keep index 0, weight 0. A coordinate whose slots lie
+// at the same distances from its centre as the one before's has its weights
+// (the filter's values there, the same arithmetic), which are copied rather
+// than evaluated again: reductions by whole factors evaluate the filter once.
 void buildAxis(int32_t id, const AntialiasAxis& axis, double offset, int32_t first, int32_t count,
                int32_t size, int32_t multiplier, int32_t* indices, float* weights) {
-    const double s = axis.scale, r = axis.reach, k = axis.kernelScale;
-    const bool reduces = s > 1.0;
+    constexpr int64_t kRemembered = 64;
+    double distances[kRemembered];
+    int64_t remembered = -1;  // slots of the coordinate before, if it had its distances kept
+    const double k = axis.kernelScale;
+    const bool reduces = axis.scale > 1.0;
     for (int32_t c = 0; c < count; ++c) {
         int32_t* index = indices + int64_t(c) * axis.taps;
         float* weight = weights + int64_t(c) * axis.taps;
-        const double p = (double(first + c) + 0.5) * s;
-        const double centre = p + offset;
-        const double lo = std::ceil(offset - r + p);
-        const double hi = std::trunc(p + (r + offset));
-        if (lo > hi) continue;
+        const SlotRange range = slotRange(axis, offset, first + c);
+        if (range.lo > range.hi) {
+            remembered = -1;
+            continue;
+        }
         // The taps between lo and hi never outnumber the slots; the limit
         // keeps a rounding of either end from writing past them.
-        const int64_t used = std::min<int64_t>(int64_t(hi - lo) + 1, axis.taps);
+        const int64_t used = std::min<int64_t>(int64_t(range.hi - range.lo) + 1, axis.taps);
+        bool same = used == remembered;
+        for (int64_t slot = 0; slot < used; ++slot) {
+            const int64_t i = int64_t(range.lo) + slot;
+            index[slot] = int32_t(std::clamp<int64_t>(i, 0, size - 1)) * multiplier;
+            const double d = std::fabs(range.centre - double(i));
+            if (slot < kRemembered) {
+                same = same && distances[slot] == d;
+                distances[slot] = d;
+            }
+        }
+        remembered = used <= kRemembered ? used : -1;
+        if (same && c > 0) {
+            std::memcpy(weight, weight - axis.taps, size_t(axis.taps) * sizeof(float));
+            continue;
+        }
         double sum = 0.0;
         for (int64_t slot = 0; slot < used; ++slot) {
-            const int64_t i = int64_t(lo) + slot;
-            index[slot] = int32_t(std::clamp<int64_t>(i, 0, size - 1)) * multiplier;
-            const double d = std::fabs(centre - double(i));
+            const double d = std::fabs(range.centre - double(int64_t(range.lo) + slot));
             const double w = reduces ? antialiasFilter(id, d * k) * k : antialiasFilter(id, d);
             sum = sum + w;
             weight[slot] = float(w);
@@ -121,6 +145,31 @@ void buildAxis(int32_t id, const AntialiasAxis& axis, double offset, int32_t fir
     }
 }
 
+// The column tables as one filter with a whole step: every column's weights
+// those of column 0, its first slot `step` pixels behind the column
+// before's. False where they aren't.
+bool strideOf(const AntialiasAxis& axis, double offset, int32_t first, int32_t count, const float* weights,
+              AntialiasStride& stride) {
+    constexpr double kLimit = 1 << 24;
+    const double step = axis.scale;
+    if (!(step >= 1.0 && step <= 1024.0 && step == std::floor(step) && axis.taps < kLimit)) return false;
+    const SlotRange range = slotRange(axis, offset, first);
+    if (!(range.lo <= range.hi && std::fabs(range.lo) < kLimit && std::fabs(range.lo + step * count) < kLimit))
+        return false;
+    const size_t rowBytes = size_t(axis.taps) * sizeof(float);
+    for (int32_t c = 1; c < count; ++c) {
+        const SlotRange r = slotRange(axis, offset, first + c);
+        if (r.lo != range.lo + step * c || !(r.lo <= r.hi) ||
+            std::memcmp(weights + int64_t(c) * axis.taps, weights, rowBytes) != 0)
+            return false;
+    }
+    stride = {int32_t(step), int32_t(range.lo), int32_t(axis.taps), weights};
+    return true;
+}
+
+// The passes interleaved: before each target row the rows across that it
+// reads and no earlier row read are computed (a few at a time, for the forms
+// that work on several), so that the pass down finds them in the cache.
 template <class T>
 class AntialiasResize {
 public:
@@ -129,50 +178,88 @@ public:
         : a_(a), x_(x), y_(y), src_(reinterpret_cast<const T*>(a.src)),
           srcStep_(a.depth == 0 ? a.srcStep : a.srcStep / 2),
           dstStep_(a.depth == 0 ? a.dstStep : a.dstStep / 2),
-          rowSamples_(a.width * a.nChannels) {
+          rowSamples_(a.width * a.nChannels),
+          multiplier_(a.nProcessed == 1 ? 1 : a.nChannels) {
         uint8_t* base = alignUp<uint8_t>(a.buffer, 16);
         columnIndices_ = reinterpret_cast<int32_t*>(base + layout.columnIndices);
         rowIndices_ = reinterpret_cast<int32_t*>(base + layout.rowIndices);
         columnWeights_ = reinterpret_cast<float*>(base + layout.columnWeights);
         rowWeights_ = reinterpret_cast<float*>(base + layout.rowWeights);
-        acc_ = reinterpret_cast<float*>(base + layout.accumulators);
         intermediate_ = reinterpret_cast<float*>(base + layout.intermediate);
-        // The four tables and the accumulator row lie one behind the other.
-        std::memset(base, 0, size_t(layout.intermediate));
+        // The four tables lie one behind the other.
+        std::memset(base, 0, size_t(layout.accumulators));
         dst_ = reinterpret_cast<T*>(a.dst + ptrdiff_t(a.y0) * a.dstStep) +
                ptrdiff_t(a.x0) * a.nChannels;
     }
 
-    void run() const {
-        const int32_t multiplier = a_.nProcessed == 1 ? 1 : a_.nChannels;
-        buildAxis(a_.interpolation, x_, a_.xOffset, a_.x0, a_.width, a_.srcWidth, multiplier,
+    void run() {
+        buildAxis(a_.interpolation, x_, a_.xOffset, a_.x0, a_.width, a_.srcWidth, multiplier_,
                   columnIndices_, columnWeights_);
-        buildAxis(a_.interpolation, y_, a_.yOffset, a_.y0, a_.height, a_.srcHeight, multiplier,
+        buildAxis(a_.interpolation, y_, a_.yOffset, a_.y0, a_.height, a_.srcHeight, multiplier_,
                   rowIndices_, rowWeights_);
-        across();
-        down();
+        chooseStride();
+        // The rows across that a weighed slot reads.
+        nextRow_ = a_.srcHeight;
+        for (int64_t j = 0; j < y_.taps * a_.height; ++j) {
+            if (rowWeights_[j] == 0.0f) continue;
+            nextRow_ = std::min(nextRow_, rowIndices_[j] / multiplier_);
+            lastRow_ = std::max(lastRow_, rowIndices_[j] / multiplier_);
+        }
+        const AntialiasDownFn<T> down = antialiasDownTable<T>().current();
+        for (int32_t t = 0; t < a_.height; ++t) {
+            int32_t* offsets = rowIndices_ + int64_t(t) * y_.taps;
+            float* weights = rowWeights_ + int64_t(t) * y_.taps;
+            const int32_t taps = keepWeighed(offsets, weights);
+            down(intermediate_, offsets, weights, taps, dst_ + ptrdiff_t(t) * dstStep_, rowSamples_);
+        }
     }
 
 private:
-    void across() const {
-        antialiasRowsTable<T>(a_.nChannels).current()(src_, srcStep_, a_.srcHeight, columnIndices_,
-                                                     columnWeights_, int32_t(x_.taps),
-                                                     intermediate_, a_.width);
+    // The slots of a target row with a weight other than 0, in order, each
+    // row entry turned into the offset of its row across (the entry is the
+    // row times the indices' multiplier, so the row starts at entry * width
+    // floats either way); their rows across computed first. A row of weight
+    // 0 adds nothing to the sum, unless its row across isn't finite: then
+    // every row across is not finite at that column (its weights aren't),
+    // the sum isn't either with or without it, and both convert to 0.
+    int32_t keepWeighed(int32_t* offsets, float* weights) {
+        int32_t kept = 0, highest = -1;
+        for (int64_t j = 0; j < y_.taps; ++j) {
+            if (weights[j] == 0.0f) continue;
+            highest = std::max(highest, offsets[j] / multiplier_);
+            weights[kept] = weights[j];
+            offsets[kept++] = offsets[j] * a_.width;
+        }
+        acrossUpTo(highest);
+        return kept;
     }
 
-    // A row entry is the row times the multiplier of the indices, so the
-    // intermediate row starts at entry * width floats in either case.
-    void down() const {
-        const AntialiasAccumulateFn accumulate = antialiasAccumulateTable(a_.nChannels).current();
-        const AntialiasStoreFn<T> store = antialiasStoreTable<T>().current();
-        for (int32_t t = 0; t < a_.height; ++t) {
-            const int32_t* index = rowIndices_ + int64_t(t) * y_.taps;
-            const float* weight = rowWeights_ + int64_t(t) * y_.taps;
-            for (int64_t j = 0; j < y_.taps; ++j)
-                accumulate(intermediate_ + ptrdiff_t(index[j]) * a_.width, weight[j], acc_,
-                           rowSamples_);
-            store(acc_, dst_ + ptrdiff_t(t) * dstStep_, rowSamples_);
+    // The strided pass across where the columns allow it, a vector form of
+    // it runs, and its scratch can be had; otherwise the general one.
+    void chooseStride() {
+        const KernelTable<AntialiasStridedRowFn<T>>& table = antialiasStridedRowTable<T>(a_.nChannels);
+        if (table.current() == table.scalar() ||
+            !strideOf(x_, a_.xOffset, a_.x0, a_.width, columnWeights_, stride_) ||
+            !scratch_.allocate(antialiasStrideScratch(stride_, a_.width, a_.nChannels)))
+            return;
+        strided_ = table.current();
+    }
+
+    // Rows across up to `row`, at least kAhead of them where there are.
+    void acrossUpTo(int32_t row) {
+        constexpr int32_t kAhead = 4;
+        if (row < nextRow_) return;
+        const int32_t last = std::min(std::max(row, nextRow_ + kAhead - 1), lastRow_);
+        const T* src = src_ + ptrdiff_t(nextRow_) * srcStep_;
+        float* out = intermediate_ + ptrdiff_t(nextRow_) * rowSamples_;
+        if (strided_ != nullptr) {
+            for (int32_t r = nextRow_; r <= last; ++r, src += srcStep_, out += rowSamples_)
+                strided_(src, a_.srcWidth, stride_, scratch_.get(), out, a_.width);
+        } else {
+            antialiasRowsTable<T>(a_.nChannels).current()(src, srcStep_, last - nextRow_ + 1, columnIndices_,
+                                                         columnWeights_, int32_t(x_.taps), out, a_.width);
         }
+        nextRow_ = last + 1;
     }
 
     const ResizeArgs& a_;
@@ -181,13 +268,18 @@ private:
     const T* src_;
     int32_t srcStep_, dstStep_;  // in samples
     int32_t rowSamples_;         // samples of a target row
+    int32_t multiplier_;         // of the indices in the tables
+    int32_t nextRow_ = 0;        // the first row across not yet computed
+    int32_t lastRow_ = 0;        // the last row across any target row reads
     int32_t* columnIndices_;
     int32_t* rowIndices_;
     float* columnWeights_;
     float* rowWeights_;
-    float* acc_;
     float* intermediate_;
     T* dst_;
+    AntialiasStride stride_;
+    AntialiasStridedRowFn<T> strided_ = nullptr;
+    WorkBlock<double> scratch_;
 };
 
 }  // namespace
@@ -213,11 +305,13 @@ void antialiasRowsC1Scalar(const T* src, int32_t srcStep, int32_t rows, const in
 }
 
 template <class T>
-void antialiasStoreScalar(float* acc, T* dst, int32_t count) {
+void antialiasDownScalar(const float* image, const int32_t* offsets, const float* weights, int32_t taps,
+                         T* dst, int32_t count) {
     constexpr int32_t kMax = sizeof(T) == 1 ? 255 : 65535;
     for (int32_t i = 0; i < count; ++i) {
-        dst[i] = static_cast<T>(clampSample(truncToInt32(double(acc[i]) + 0.5000001), kMax));
-        acc[i] = 0.0f;
+        float a = 0.0f;
+        for (int32_t j = 0; j < taps; ++j) a = a + weights[j] * image[offsets[j] + i];
+        dst[i] = static_cast<T>(clampSample(truncToInt32(double(a) + 0.5000001), kMax));
     }
 }
 
@@ -225,8 +319,10 @@ template void antialiasRowsC1Scalar<uint8_t>(const uint8_t*, int32_t, int32_t, c
                                              const float*, int32_t, float*, int32_t);
 template void antialiasRowsC1Scalar<uint16_t>(const uint16_t*, int32_t, int32_t, const int32_t*,
                                               const float*, int32_t, float*, int32_t);
-template void antialiasStoreScalar<uint8_t>(float*, uint8_t*, int32_t);
-template void antialiasStoreScalar<uint16_t>(float*, uint16_t*, int32_t);
+template void antialiasDownScalar<uint8_t>(const float*, const int32_t*, const float*, int32_t, uint8_t*,
+                                           int32_t);
+template void antialiasDownScalar<uint16_t>(const float*, const int32_t*, const float*, int32_t, uint16_t*,
+                                            int32_t);
 
 double antialiasReach(int32_t id) {
     switch (id) {
@@ -304,31 +400,14 @@ const KernelTable<AntialiasRowsFn<T>>& antialiasRowsTable(int32_t channels) {
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
 }
 
-const KernelTable<AntialiasAccumulateFn>& antialiasAccumulateTable(int32_t channels) {
-    static const KernelTable<AntialiasAccumulateFn> c1{
-        {"scalar", Isa::Scalar, &antialiasAccumulateC1Scalar},
-#if MORVA_X86_64
-        {"sse2", Isa::Sse2, &antialiasAccumulateSse2},
-        {"avx2", Isa::Avx2, &antialiasAccumulateAvx2},
-#endif
-    };
-    static const KernelTable<AntialiasAccumulateFn> c34{
-        {"scalar", Isa::Scalar, &antialiasAccumulateScalar},
-#if MORVA_X86_64
-        {"sse2", Isa::Sse2, &antialiasAccumulateSse2},
-        {"avx2", Isa::Avx2, &antialiasAccumulateAvx2},
-#endif
-    };
-    return channels == 1 ? c1 : c34;
-}
-
 template <class T>
-const KernelTable<AntialiasStoreFn<T>>& antialiasStoreTable() {
-    static const KernelTable<AntialiasStoreFn<T>> table{
-        {"scalar", Isa::Scalar, &antialiasStoreScalar<T>},
+const KernelTable<AntialiasDownFn<T>>& antialiasDownTable() {
+    static const KernelTable<AntialiasDownFn<T>> table{
+        {"scalar", Isa::Scalar, &antialiasDownScalar<T>},
 #if MORVA_X86_64
-        {"sse2", Isa::Sse2, byDepth<T>(&antialiasStore8uSse2, &antialiasStore16uSse2)},
-        {"avx2", Isa::Avx2, byDepth<T>(&antialiasStore8uAvx2, &antialiasStore16uAvx2)},
+        {"sse2", Isa::Sse2, byDepth<T>(&antialiasDown8uSse2, &antialiasDown16uSse2)},
+        {"avx2", Isa::Avx2, byDepth<T>(&antialiasDown8uAvx2, &antialiasDown16uAvx2)},
+        {"avx512", Isa::Avx512, byDepth<T>(&antialiasDown8uAvx512, &antialiasDown16uAvx512)},
 #endif
     };
     return table;
@@ -336,18 +415,19 @@ const KernelTable<AntialiasStoreFn<T>>& antialiasStoreTable() {
 
 template const KernelTable<AntialiasRowsFn<uint8_t>>& antialiasRowsTable<uint8_t>(int32_t);
 template const KernelTable<AntialiasRowsFn<uint16_t>>& antialiasRowsTable<uint16_t>(int32_t);
-template const KernelTable<AntialiasStoreFn<uint8_t>>& antialiasStoreTable<uint8_t>();
-template const KernelTable<AntialiasStoreFn<uint16_t>>& antialiasStoreTable<uint16_t>();
+template const KernelTable<AntialiasDownFn<uint8_t>>& antialiasDownTable<uint8_t>();
+template const KernelTable<AntialiasDownFn<uint16_t>>& antialiasDownTable<uint16_t>();
 
 IppStatus ownResizeAntialias(const ResizeArgs& args) {
     const AntialiasAxis x = antialiasAxis(args.interpolation, args.xScale);
     const AntialiasAxis y = antialiasAxis(args.interpolation, args.yScale);
     AntialiasLayout layout;
     if (!layOut(args, x, y, layout)) return ippStsSizeErr;
-    if (args.depth == 0)
+    if (args.depth == 0) {
         AntialiasResize<uint8_t>(args, x, y, layout).run();
-    else
+    } else {
         AntialiasResize<uint16_t>(args, x, y, layout).run();
+    }
     return ippStsNoErr;
 }
 

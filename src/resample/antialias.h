@@ -36,28 +36,26 @@ AntialiasAxis antialiasAxis(int32_t id, double scale);
 template <class T>
 using AntialiasRows = void(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
                            const float* weights, int32_t taps, float* out, int32_t width);
-// Down: acc[i] = acc[i] + weight * row[i] in float32, the product formed in
-// float64 and rounded to float32 for one sample per pixel, in float32 for
-// three and four. The two give the same bits (the float64 product of two
-// float32 is exact); both are kept as defined.
-using AntialiasAccumulate = void(const float* row, float weight, float* acc, int32_t count);
-// The conversion: dst[i] = clamp(trunc(float64(acc[i]) + 0.5000001)), then acc[i] = 0.
+// Down: dst[i] = clamp(trunc(float64(a) + 0.5000001)) to the sample range,
+// with the float32 sum a = ((0 + w[0] * r0[i]) + w[1] * r1[i]) + ... of
+// float32 products, row j at image + offsets[j]. (One sample per pixel forms
+// the product in float64 and rounds it to float32: the float64 product of
+// two float32 is exact, so the two give the same bits.)
 template <class T>
-using AntialiasStore = void(float* acc, T* dst, int32_t count);
+using AntialiasDown = void(const float* image, const int32_t* offsets, const float* weights, int32_t taps,
+                           T* dst, int32_t count);
 
 template <class T>
 using AntialiasRowsFn = AntialiasRows<T>*;
-using AntialiasAccumulateFn = AntialiasAccumulate*;
 template <class T>
-using AntialiasStoreFn = AntialiasStore<T>*;
+using AntialiasDownFn = AntialiasDown<T>*;
 
 // The forms of each kernel, for 1, 3 or 4 samples per pixel where that
 // matters; T is uint8_t or uint16_t.
 template <class T>
 const KernelTable<AntialiasRowsFn<T>>& antialiasRowsTable(int32_t channels);
-const KernelTable<AntialiasAccumulateFn>& antialiasAccumulateTable(int32_t channels);
 template <class T>
-const KernelTable<AntialiasStoreFn<T>>& antialiasStoreTable();
+const KernelTable<AntialiasDownFn<T>>& antialiasDownTable();
 
 // The path; args.interpolation is the id alone. Runs on the calling thread.
 IppStatus ownResizeAntialias(const ResizeArgs& args);

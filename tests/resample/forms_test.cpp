@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "resample/antialias.h"
+#include "resample/antialias_stride.h"
 #include "resample/cubic.h"
 #include "resample/lanczos.h"
 #include "resample/linear.h"
@@ -348,19 +349,55 @@ void checkAntialiasRows(int32_t n) {
     }, 40, 4);
 }
 
-// The target samples, then the accumulators, which the conversion clears.
+// One filter with a whole step for every target column, its first slot
+// left of the image now and then and its last behind it, on rows of
+// extremes; the strided definition gives what the general one gives on the
+// tables it stands for.
 template <class T>
-void checkAntialiasStore() {
-    checkForms(antialiasStoreTable<T>(), [](Rng& rng, int32_t count) {
-        const size_t at = (size_t(count) * sizeof(T) + 3) / 4 * 4;
-        std::vector<uint8_t> start(at);
-        const std::vector<uint8_t> acc =
-            bytesOf(drawn<float>(rng, size_t(count), [](Rng& r) { return drawSum(r, double(T(~T(0)))); }));
-        start.insert(start.end(), acc.begin(), acc.end());
-        return std::pair{start, [=](AntialiasStoreFn<T> fn, uint8_t* out) {
-                             fn(reinterpret_cast<float*>(out + at), reinterpret_cast<T*>(out), count);
+void checkAntialiasStride(int32_t n) {
+    checkForms(antialiasStridedRowTable<T>(n), [n](Rng& rng, int32_t width) {
+        AntialiasStride st;
+        st.step = rng.uniform(1, 5);
+        st.taps = 2 * rng.uniform(0, 12) + 1;
+        st.first = rng.uniform(-st.taps, 3);
+        const int32_t srcWidth = rng.uniform(1, width * st.step + st.taps + 2);
+        const auto weights = std::make_shared<std::vector<float>>(drawn<float>(rng, size_t(st.taps), &drawWeight));
+        st.weights = weights->data();
+        const RandomRow<T> row(rng, size_t(srcWidth) * n);
+        std::vector<int32_t> indices(size_t(width) * st.taps);
+        std::vector<float> tables(indices.size());
+        for (int32_t c = 0; c < width; ++c)
+            for (int32_t j = 0; j < st.taps; ++j) {
+                indices[size_t(c) * st.taps + j] = std::clamp(st.first + st.step * c + j, 0, srcWidth - 1) * n;
+                tables[size_t(c) * st.taps + j] = (*weights)[size_t(j)];
+            }
+        std::vector<float> general(size_t(width) * n), strided(general.size());
+        antialiasRowsTable<T>(n).scalar()(row.data(), 0, 1, indices.data(), tables.data(), st.taps, general.data(), width);
+        antialiasStridedRowTable<T>(n).scalar()(row.data(), srcWidth, st, nullptr, strided.data(), width);
+        EXPECT_EQ(bytesOf(strided), bytesOf(general)) << "the general definition";
+        const auto scratch = std::make_shared<std::vector<double>>(size_t(antialiasStrideScratch(st, width, n)));
+        return std::pair{std::vector<uint8_t>(size_t(width) * n * 4), [=](AntialiasStridedRowFn<T> fn, uint8_t* out) {
+                             fn(row.data(), srcWidth, st, scratch->data(), reinterpret_cast<float*>(out), width);
+                             (void)weights;
                          }};
     }, 70, 4);
+}
+
+// Rows of sums that land on halves, beyond the range, on no number, in any
+// order, weighed by weights of both signs, 0 and far-apart exponents.
+template <class T>
+void checkAntialiasDown() {
+    checkForms(antialiasDownTable<T>(), [](Rng& rng, int32_t count) {
+        const int32_t rows = rng.uniform(1, 9), taps = rng.uniform(0, 13);
+        const std::vector<float> image =
+            drawn<float>(rng, size_t(rows) * count, [](Rng& r) { return drawSum(r, double(T(~T(0)))); });
+        std::vector<int32_t> offsets(static_cast<size_t>(taps));
+        for (int32_t& o : offsets) o = rng.uniform(0, rows - 1) * count;
+        const std::vector<float> weights = drawn<float>(rng, size_t(taps), &drawWeight);
+        return std::pair{std::vector<uint8_t>(size_t(count) * sizeof(T)), [=](AntialiasDownFn<T> fn, uint8_t* out) {
+                             fn(image.data(), offsets.data(), weights.data(), taps, reinterpret_cast<T*>(out), count);
+                         }};
+    }, 70, sizeof(T));
 }
 
 TEST(ResampleForms, AntialiasPasses) {
@@ -368,17 +405,11 @@ TEST(ResampleForms, AntialiasPasses) {
         SCOPED_TRACE("channels " + std::to_string(n));
         checkAntialiasRows<uint8_t>(n);
         checkAntialiasRows<uint16_t>(n);
-        checkForms(antialiasAccumulateTable(n), [](Rng& rng, int32_t count) {
-            const std::vector<float> row = drawn<float>(rng, size_t(count), [](Rng& r) { return drawSum(r, 65535.0f); });
-            const float weight = float(rng.real(-0.5, 1.0));
-            const std::vector<float> acc = drawn<float>(rng, size_t(count), [](Rng& r) { return float(r.real(-100.0, 70000.0)); });
-            return std::pair{bytesOf(acc), [=](AntialiasAccumulateFn fn, uint8_t* out) {
-                                 fn(row.data(), weight, reinterpret_cast<float*>(out), count);
-                             }};
-        }, 70, 4);
+        checkAntialiasStride<uint8_t>(n);
+        checkAntialiasStride<uint16_t>(n);
     }
-    checkAntialiasStore<uint8_t>();
-    checkAntialiasStore<uint16_t>();
+    checkAntialiasDown<uint8_t>();
+    checkAntialiasDown<uint16_t>();
 }
 
 // ---- Fast paths ----

@@ -1,6 +1,6 @@
 // AVX2 forms of the antialiasing passes: four source rows side by side for
 // one sample per pixel, a whole pixel in four float64 lanes for three and
-// four, eight accumulators at a time down. The same operations per lane as
+// four, eight sums at a time down. The same operations per lane as
 // the scalar definition.
 #include "resample/antialias_forms.h"
 
@@ -88,10 +88,17 @@ void rowsC1(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
     if (r < rows) antialiasRowsC1Scalar(src, srcStep, rows - r, indices, weights, taps, out, width);
 }
 
-// trunc(float64(a) + 0.5000001) of four accumulators.
-__m128i converted(const float* acc) {
-    return _mm256_cvttpd_epi32(
-        _mm256_add_pd(_mm256_cvtps_pd(_mm_loadu_ps(acc)), _mm256_set1_pd(0.5000001)));
+// trunc(float64(a) + 0.5000001) of four sums.
+__m128i converted(__m128 a) {
+    return _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_cvtps_pd(a), _mm256_set1_pd(0.5000001)));
+}
+
+// The sums of eight samples from i on.
+__m256 sumDown(const float* image, const int32_t* offsets, const float* weights, int32_t taps, int32_t i) {
+    __m256 a = _mm256_setzero_ps();
+    for (int32_t j = 0; j < taps; ++j)
+        a = _mm256_add_ps(a, _mm256_mul_ps(_mm256_set1_ps(weights[j]), _mm256_loadu_ps(image + offsets[j] + i)));
+    return a;
 }
 
 }  // namespace
@@ -124,37 +131,29 @@ void antialiasRows16uC4Avx2(const uint16_t* src, int32_t srcStep, int32_t rows,
     rowsMulti<uint16_t, 4>(src, srcStep, rows, indices, weights, taps, out, width);
 }
 
-// The float32 product serves one sample per pixel too: see the SSE2 form.
-void antialiasAccumulateAvx2(const float* row, float weight, float* acc, int32_t count) {
-    const __m256 w = _mm256_set1_ps(weight);
-    int32_t i = 0;
-    for (; i + 8 <= count; i += 8)
-        _mm256_storeu_ps(acc + i, _mm256_add_ps(_mm256_loadu_ps(acc + i),
-                                                _mm256_mul_ps(w, _mm256_loadu_ps(row + i))));
-    for (; i < count; ++i) acc[i] = acc[i] + weight * row[i];
-}
-
-void antialiasStore8uAvx2(float* acc, uint8_t* dst, int32_t count) {
+void antialiasDown8uAvx2(const float* image, const int32_t* offsets, const float* weights, int32_t taps,
+                         uint8_t* dst, int32_t count) {
     int32_t i = 0;
     for (; i + 16 <= count; i += 16) {
-        const __m128i a = _mm_packs_epi32(converted(acc + i), converted(acc + i + 4));
-        const __m128i b = _mm_packs_epi32(converted(acc + i + 8), converted(acc + i + 12));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), _mm_packus_epi16(a, b));
-        _mm256_storeu_ps(acc + i, _mm256_setzero_ps());
-        _mm256_storeu_ps(acc + i + 8, _mm256_setzero_ps());
+        const __m256 a = sumDown(image, offsets, weights, taps, i), b = sumDown(image, offsets, weights, taps, i + 8);
+        const __m128i lo = _mm_packs_epi32(converted(_mm256_castps256_ps128(a)), converted(_mm256_extractf128_ps(a, 1)));
+        const __m128i hi = _mm_packs_epi32(converted(_mm256_castps256_ps128(b)), converted(_mm256_extractf128_ps(b, 1)));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), _mm_packus_epi16(lo, hi));
     }
-    antialiasStoreScalar(acc + i, dst + i, count - i);
+    antialiasDownScalar(image + i, offsets, weights, taps, dst + i, count - i);
 }
 
-void antialiasStore16uAvx2(float* acc, uint16_t* dst, int32_t count) {
+// The unsigned pack clamps to 0..65535, INT32_MIN to 0 as well.
+void antialiasDown16uAvx2(const float* image, const int32_t* offsets, const float* weights, int32_t taps,
+                          uint16_t* dst, int32_t count) {
     int32_t i = 0;
     for (; i + 8 <= count; i += 8) {
-        // The unsigned pack clamps to 0..65535, INT32_MIN to 0 as well.
-        const __m128i words = _mm_packus_epi32(converted(acc + i), converted(acc + i + 4));
+        const __m256 a = sumDown(image, offsets, weights, taps, i);
+        const __m128i words =
+            _mm_packus_epi32(converted(_mm256_castps256_ps128(a)), converted(_mm256_extractf128_ps(a, 1)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), words);
-        _mm256_storeu_ps(acc + i, _mm256_setzero_ps());
     }
-    antialiasStoreScalar(acc + i, dst + i, count - i);
+    antialiasDownScalar(image + i, offsets, weights, taps, dst + i, count - i);
 }
 
 }  // namespace morva

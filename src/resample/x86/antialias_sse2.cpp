@@ -101,11 +101,8 @@ void rowsC1(const T* src, int32_t srcStep, int32_t rows, const int32_t* indices,
     if (r < rows) antialiasRowsC1Scalar(src, srcStep, rows - r, indices, weights, taps, out, width);
 }
 
-// trunc(float64(a) + 0.5000001) of four accumulators as 32-bit integers,
-// the accumulators cleared.
-__m128i converted(float* acc) {
-    const __m128 a = _mm_loadu_ps(acc);
-    _mm_storeu_ps(acc, _mm_setzero_ps());
+// trunc(float64(a) + 0.5000001) of four sums as 32-bit integers.
+__m128i converted(__m128 a) {
     const __m128d half = _mm_set1_pd(0.5000001);
     const __m128i lo = _mm_cvttpd_epi32(_mm_add_pd(_mm_cvtps_pd(a), half));
     const __m128i hi = _mm_cvttpd_epi32(_mm_add_pd(_mm_cvtps_pd(_mm_movehl_ps(a, a)), half));
@@ -119,6 +116,14 @@ __m128i clampTo16(__m128i v) {
     const __m128i over = _mm_cmpgt_epi32(v, top);
     v = _mm_or_si128(_mm_and_si128(over, top), _mm_andnot_si128(over, v));
     return _mm_srai_epi32(_mm_slli_epi32(v, 16), 16);
+}
+
+// The sums of four samples from i on.
+__m128 sumDown(const float* image, const int32_t* offsets, const float* weights, int32_t taps, int32_t i) {
+    __m128 a = _mm_setzero_ps();
+    for (int32_t j = 0; j < taps; ++j)
+        a = _mm_add_ps(a, _mm_mul_ps(_mm_set1_ps(weights[j]), _mm_loadu_ps(image + offsets[j] + i)));
+    return a;
 }
 
 }  // namespace
@@ -151,36 +156,28 @@ void antialiasRows16uC4Sse2(const uint16_t* src, int32_t srcStep, int32_t rows,
     rowsMulti<uint16_t, 4>(src, srcStep, rows, indices, weights, taps, out, width);
 }
 
-// One form for one and for several samples per pixel: the float64 product
-// of two float32 values is exact, so rounding it to float32 gives the
-// float32 product.
-void antialiasAccumulateSse2(const float* row, float weight, float* acc, int32_t count) {
-    const __m128 w = _mm_set1_ps(weight);
-    int32_t i = 0;
-    for (; i + 4 <= count; i += 4)
-        _mm_storeu_ps(acc + i,
-                      _mm_add_ps(_mm_loadu_ps(acc + i), _mm_mul_ps(w, _mm_loadu_ps(row + i))));
-    for (; i < count; ++i) acc[i] = acc[i] + weight * row[i];
-}
-
-void antialiasStore8uSse2(float* acc, uint8_t* dst, int32_t count) {
+// The signed packs clamp to 0..255 (INT32_MIN, from NaN, to 0) and the
+// clamped 16-bit lanes pass unchanged.
+void antialiasDown8uSse2(const float* image, const int32_t* offsets, const float* weights, int32_t taps,
+                         uint8_t* dst, int32_t count) {
     int32_t i = 0;
     for (; i + 8 <= count; i += 8) {
-        const __m128i lo = converted(acc + i);
-        const __m128i words = _mm_packs_epi32(lo, converted(acc + i + 4));
+        const __m128i words = _mm_packs_epi32(converted(sumDown(image, offsets, weights, taps, i)),
+                                              converted(sumDown(image, offsets, weights, taps, i + 4)));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + i), _mm_packus_epi16(words, words));
     }
-    antialiasStoreScalar(acc + i, dst + i, count - i);
+    antialiasDownScalar(image + i, offsets, weights, taps, dst + i, count - i);
 }
 
-void antialiasStore16uSse2(float* acc, uint16_t* dst, int32_t count) {
+void antialiasDown16uSse2(const float* image, const int32_t* offsets, const float* weights, int32_t taps,
+                          uint16_t* dst, int32_t count) {
     int32_t i = 0;
     for (; i + 8 <= count; i += 8) {
-        const __m128i lo = clampTo16(converted(acc + i));
-        const __m128i words = _mm_packs_epi32(lo, clampTo16(converted(acc + i + 4)));
+        const __m128i words = _mm_packs_epi32(clampTo16(converted(sumDown(image, offsets, weights, taps, i))),
+                                              clampTo16(converted(sumDown(image, offsets, weights, taps, i + 4))));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), words);
     }
-    antialiasStoreScalar(acc + i, dst + i, count - i);
+    antialiasDownScalar(image + i, offsets, weights, taps, dst + i, count - i);
 }
 
 }  // namespace morva
