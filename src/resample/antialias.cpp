@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "morva.h"
+#include "resample/antialias_exact.h"
 #include "resample/antialias_forms.h"
 #include "resample/antialias_stride.h"
 #include "resample/resize_common.h"
@@ -197,6 +198,9 @@ public:
                   columnIndices_, columnWeights_);
         buildAxis(a_.interpolation, y_, a_.yOffset, a_.y0, a_.height, a_.srcHeight, multiplier_,
                   rowIndices_, rowWeights_);
+        if (antialiasExact(a_, {x_.taps, columnIndices_, columnWeights_, y_.taps, rowIndices_, rowWeights_,
+                                multiplier_}))
+            return;
         chooseStride();
         // The rows across that a weighed slot reads.
         nextRow_ = a_.srcHeight;

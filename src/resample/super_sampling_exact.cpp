@@ -11,27 +11,20 @@
 namespace morva {
 namespace {
 
-constexpr int kMaxBits = 8;         // parts in 256ths at the finest
+constexpr int kMaxBits = 8;         // parts in 256ths at the finest; the lanes' conversion needs it
 constexpr int32_t kMaxRows = 32;    // source rows a box adds
-constexpr int32_t kNarrowSpan = 64; // sums one block reads in the narrow lanes
-constexpr int32_t kWideSpan = 128;
+constexpr int32_t kWidestSpan = 128;  // sums one block reads at the most
 
 // w * 2^bits, exact for the few bits here.
 double scaled(double w, int bits) { return w * double(1 << bits); }
 
-// The bits below the point of a part (at most 1 here), or -1 beyond kMaxBits.
-int fractionBits(double w) {
-    for (int bits = 0; bits <= kMaxBits; ++bits)
-        if (scaled(w, bits) == double(int32_t(scaled(w, bits)))) return bits;
-    return -1;
-}
 
 // The parts of one axis's boxes taken together: the finest, the heaviest box
 // and the most parts in a box. Sums of parts with few bits are exact.
 class AxisParts {
 public:
     void add(double w) {
-        const int bits = fractionBits(w);
+        const int bits = wholeNumberBits(w);
         exact_ = exact_ && bits >= 0;
         bits_ = std::max(bits_, bits);
         box_ += w;
@@ -97,8 +90,8 @@ void superBoxScalar(const uint8_t* const* rows, const uint16_t* weights, int32_t
     };
     for (int32_t b = 0; b < p.blocks; ++b) {
         const uint16_t* lanes = p.lanes + b * p.laneStride;
-        const int32_t first = b * kSuperBoxLanes;
-        for (int32_t l = 0; l < kSuperBoxLanes && first + l < p.count; ++l) {
+        const int32_t first = b * p.blockLanes;
+        for (int32_t l = 0; l < p.blockLanes && first + l < p.count; ++l) {
             uint32_t s = 0;
             for (int32_t t = 0; t < p.taps; ++t) {
                 const uint16_t* tap = lanes + t * 2 * kSuperBoxLanes;
@@ -110,6 +103,12 @@ void superBoxScalar(const uint8_t* const* rows, const uint16_t* weights, int32_t
 }
 
 }  // namespace
+
+int wholeNumberBits(double w) {
+    for (int bits = 0; bits <= kMaxBits; ++bits)
+        if (scaled(w, bits) == double(int32_t(scaled(w, bits)))) return bits;
+    return -1;
+}
 
 const KernelTable<SuperBoxFn>& superBoxTable() {
     static const KernelTable<SuperBoxFn> table{
@@ -135,7 +134,8 @@ bool SuperBoxPlan::make(const ResizeArgs& a, const SuperOpening& o) {
     rowBits_ = down.bits();
     largestRowSum_ = int32_t(255 * down.heaviest());
     columns_.rowSamples = o.columnsRead * a.nChannels;
-    return planColumns(a, o) && planConversion(a.factorProduct) && planLanes(a.nChannels);
+    return planColumns(a, o) && planConversion(a.factorProduct) &&
+           lanes_.make(a.width, a.nChannels, columns_.taps, pixels_.get(), weights_.get(), columns_);
 }
 
 uint16_t SuperBoxPlan::rowWeight(double w) const { return uint16_t(scaled(w, rowBits_)); }
@@ -160,11 +160,12 @@ bool SuperBoxPlan::planColumns(const ResizeArgs& a, const SuperOpening& o) {
     columns_.taps = across.most();
     columns_.unitWeights = columnBits_ == 0 && wholeRun > 0;
     const int32_t taps = columns_.taps;
-    if (!firstColumn_.allocate(width_) || !columnWeights_.allocate(int64_t(width_) * taps)) return false;
+    if (!pixels_.allocate(int64_t(width_) * taps) || !weights_.allocate(int64_t(width_) * taps)) return false;
     forEachColumnBox(schedule.get(), wholeRun, width_, kMaxTaps, [&](int32_t c, int32_t first, const double* parts, int32_t n) {
-        firstColumn_.get()[c] = first;
-        uint16_t* weights = columnWeights_.get() + int64_t(c) * taps;
-        for (int32_t k = 0; k < taps; ++k) weights[k] = k < n ? uint16_t(scaled(parts[k], columnBits_)) : 0;
+        for (int32_t k = 0; k < taps; ++k) {
+            pixels_.get()[int64_t(c) * taps + k] = first + k;
+            weights_.get()[int64_t(c) * taps + k] = k < n ? uint16_t(scaled(parts[k], columnBits_)) : 0;
+        }
     });
     return true;
 }
@@ -202,27 +203,37 @@ bool SuperBoxPlan::planConversion(double factorProduct) {
     return false;
 }
 
-// Lane l of block b is target sample k = 32b + l, sample k % n of column
-// k / n; its tap t reads the sum of source column first + t. The block's base
-// is the lowest sum a weighed tap reads; lanes behind the row and taps of
-// weight 0 read the base.
-bool SuperBoxPlan::planLanes(int32_t channels) {
-    const int32_t count = width_ * channels, taps = columns_.taps;
-    const int32_t blocks = (count + kSuperBoxLanes - 1) / kSuperBoxLanes;
-    const int64_t perBlock = int64_t(taps) * 2 * kSuperBoxLanes;
-    if (!bases_.allocate(blocks) || !lanes_.allocate(blocks * perBlock)) return false;
-    bool wide = false, shared = true;
+// Lane l of block b is target sample k = 32b + l (16b + l for blocks of
+// 16), sample k % n of column k / n; its tap t reads that sample of the
+// tap's pixel. The block's base is the lowest sum a weighed tap reads; lanes
+// behind the row and taps of weight 0 read the base.
+bool SuperBoxLanes::make(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels,
+                         const uint16_t* weights, SuperBoxColumns& columns) {
+    columns.blockLanes = kSuperBoxLanes;
+    if (tryBlocks(width, channels, taps, pixels, weights, columns)) return true;
+    columns.blockLanes = kSuperBoxLanes / 2;
+    return tryBlocks(width, channels, taps, pixels, weights, columns);
+}
+
+bool SuperBoxLanes::tryBlocks(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels,
+                              const uint16_t* weights, SuperBoxColumns& columns) {
+    const int32_t count = width * channels, perBlock = columns.blockLanes;
+    const int32_t blocks = (count + perBlock - 1) / perBlock;
+    const int64_t laneElements = int64_t(taps) * 2 * kSuperBoxLanes;
+    if (taps > kSuperBoxLanes || !bases_.allocate(blocks) || !lanes_.allocate(blocks * laneElements)) return false;
+    int32_t span = 1;
+    bool shared = true;
     int32_t column = 0, sampleOfPixel = 0;  // of lane 0 of the block
     for (int32_t b = 0; b < blocks; ++b) {
         // Per lane its column, and per tap the sum read, or -1 for a weight of 0.
-        int32_t laneColumn[kSuperBoxLanes], sample[kSuperBoxLanes][kMaxTaps];
+        int32_t laneColumn[kSuperBoxLanes], sample[kSuperBoxLanes][kSuperBoxLanes];
         int32_t base = INT32_MAX;
-        for (int32_t l = 0; l < kSuperBoxLanes; ++l) {
-            const int32_t k = b * kSuperBoxLanes + l, c = column;
+        for (int32_t l = 0; l < perBlock; ++l) {
+            const int32_t k = b * perBlock + l, c = column;
             laneColumn[l] = c;
             for (int32_t t = 0; t < taps; ++t) {
-                const bool weighed = k < count && columnWeights_.get()[int64_t(c) * taps + t] != 0;
-                sample[l][t] = weighed ? (firstColumn_.get()[c] + t) * channels + sampleOfPixel : -1;
+                const bool weighed = k < count && weights[int64_t(c) * taps + t] != 0;
+                sample[l][t] = weighed ? pixels[int64_t(c) * taps + t] * channels + sampleOfPixel : -1;
                 if (weighed) base = std::min(base, sample[l][t]);
             }
             if (++sampleOfPixel == channels) {
@@ -231,27 +242,29 @@ bool SuperBoxPlan::planLanes(int32_t channels) {
             }
         }
         if (base == INT32_MAX) base = 0;
-        uint16_t* lanes = lanes_.get() + b * perBlock;
-        for (int32_t l = 0; l < kSuperBoxLanes; ++l) {
-            const int32_t c = laneColumn[l];
+        uint16_t* lanes = lanes_.get() + b * laneElements;
+        std::fill(lanes, lanes + laneElements, uint16_t(0));
+        for (int32_t l = 0; l < perBlock; ++l) {
+            const int64_t c = laneColumn[l];
             for (int32_t t = 0; t < taps; ++t) {
-                const int32_t offset = sample[l][t] < 0 ? 0 : sample[l][t] - base;
-                if (offset >= kWideSpan) return false;
-                wide = wide || offset >= kNarrowSpan;
+                if (sample[l][t] < 0) continue;
+                const int32_t offset = sample[l][t] - base;
+                if (offset >= kWidestSpan) return false;
+                span = std::max(span, offset + 1);
                 lanes[t * 2 * kSuperBoxLanes + l] = uint16_t(offset);
-                lanes[t * 2 * kSuperBoxLanes + kSuperBoxLanes + l] =
-                    sample[l][t] < 0 ? 0 : columnWeights_.get()[int64_t(c) * taps + t];
+                lanes[t * 2 * kSuperBoxLanes + kSuperBoxLanes + l] = weights[c * taps + t];
             }
         }
         bases_.get()[b] = base;
-        shared = shared && std::equal(lanes, lanes + perBlock, lanes_.get());
+        shared = shared && std::equal(lanes, lanes + laneElements, lanes_.get());
     }
-    columns_.bases = bases_.get();
-    columns_.lanes = lanes_.get();
-    columns_.laneStride = shared ? 0 : perBlock;
-    columns_.blocks = blocks;
-    columns_.count = count;
-    columns_.wide = wide;
+    columns.bases = bases_.get();
+    columns.lanes = lanes_.get();
+    columns.laneStride = shared ? 0 : laneElements;
+    columns.blocks = blocks;
+    columns.taps = taps;
+    columns.count = count;
+    columns.chunks = std::max(2, (span + 31) / 32);
     return true;
 }
 

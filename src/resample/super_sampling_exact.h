@@ -21,7 +21,7 @@
 
 namespace morva {
 
-// One target row, in blocks of kSuperBoxLanes target samples. A sum is
+// One target row, in blocks of up to kSuperBoxLanes target samples. A sum is
 // sum(r) = weights[0] * rows[0][r] + weights[1] * rows[1][r] + ..., for r
 // below rowSamples. Lane l of block b reads, for each tap t, the sum at
 // bases[b] + offset[t][l] times weight[t][l]; the block's lanes hold per tap
@@ -36,9 +36,10 @@ struct SuperBoxColumns {
     int64_t laneStride = 0;     // elements between two blocks' lanes: 0 where all blocks share one
     int32_t blocks = 0;
     int32_t taps = 0;
+    int32_t blockLanes = kSuperBoxLanes;  // target samples a block writes: 32, or 16 where 32 read too far
     int32_t count = 0;          // target samples of a row
     int32_t rowSamples = 0;     // samples a source row has from the first column read
-    bool wide = false;          // offsets up to 127; otherwise below 64
+    int32_t chunks = 2;         // 32 sums each that a block reads from its base: offsets below 32 * chunks
     bool unitWeights = false;   // every weight across 1, as in the whole form
     uint16_t round = 0;
     uint16_t multiplier = 0;
@@ -49,6 +50,26 @@ using SuperBox = void(const uint8_t* const* rows, const uint16_t* weights, int32
                       const SuperBoxColumns& columns, uint8_t* dst);
 using SuperBoxFn = SuperBox*;
 const KernelTable<SuperBoxFn>& superBoxTable();
+
+// The lanes of a row's blocks, from the taps of each target column: its
+// source pixels and their whole weights (0 for a tap it hasn't), `taps` of
+// them per column. False where a block would read beyond kSuperBoxLanes * 4
+// sums, or a table can't be allocated.
+class SuperBoxLanes {
+public:
+    bool make(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels, const uint16_t* weights,
+              SuperBoxColumns& columns);
+
+private:
+    bool tryBlocks(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels, const uint16_t* weights,
+                   SuperBoxColumns& columns);
+
+    WorkBlock<int32_t> bases_;
+    WorkBlock<uint16_t> lanes_;
+};
+
+// The bits below the point of a part of a box, or -1 beyond 8.
+int wholeNumberBits(double w);
 
 // The whole numbers of one call: the weights of rows and columns, the lanes
 // across and the conversion.
@@ -61,26 +82,22 @@ public:
     const SuperBoxColumns& columns() const { return columns_; }
     // A row's part w as its whole weight.
     uint16_t rowWeight(double w) const;
-    // The largest sum of a box's rows.
-    int32_t largestRowSum() const { return largestRowSum_; }
 
 private:
     bool planColumns(const ResizeArgs& args, const SuperOpening& opening);
     bool planConversion(double factorProduct);
-    bool planLanes(int32_t channels);
 
     int rowBits_ = 0;
     int columnBits_ = 0;
     int32_t largestRowSum_ = 0;
     int32_t largestColumnSum_ = 0;
-    // Per target column, its first source column and the whole weights of
-    // the `taps` columns from there (up to kMaxTaps).
-    static constexpr int32_t kMaxTaps = 8;
-    WorkBlock<int32_t> firstColumn_;
-    WorkBlock<uint16_t> columnWeights_;
     int32_t width_ = 0;
-    WorkBlock<int32_t> bases_;
-    WorkBlock<uint16_t> lanes_;
+    // Per target column the source pixels of its taps and their whole
+    // weights, `taps` (up to kMaxTaps) of each.
+    static constexpr int32_t kMaxTaps = 8;
+    WorkBlock<int32_t> pixels_;
+    WorkBlock<uint16_t> weights_;
+    SuperBoxLanes lanes_;
     SuperBoxColumns columns_;
 };
 

@@ -277,5 +277,33 @@ TEST(ResizeKernels, SuperSamplingInWholeNumbersMatchesTheModel) {
     EXPECT_GT(planned, 40);
 }
 
+// The antialiasing path reducing by whole factors on sources wide enough for
+// many blocks: linear by 2 and 4 (whole-number weights), the cubics and
+// Lanczos (one filter with a whole step), from regions on the grid and off it.
+TEST(ResizeKernels, AntialiasingByWholeFactorsMatchesTheModel) {
+    MORVA_SEED_TRACE();
+    ResizeSettingsGuard restore;
+    Rng rng{29};
+    constexpr int32_t kIds[] = {INTER_LINEAR, INTER_CUBIC, INTER_CUBIC_BSPLINE, INTER_LANCZOS};
+    constexpr double kFactors[] = {1.0, 0.5, 0.25, 1 / 3.0};
+    for (int n = 0; n < 60 && !HasFailure(); ++n) {
+        RandomResize r = RandomResize::draw(rng, 30);
+        r.srcWidth = rng.uniform(1, 200);
+        r.srcRoi = {0, rng.uniform(0, 3) == 0 ? rng.uniform(0, r.srcHeight - 1) : 0, r.srcWidth, r.srcHeight};
+        r.xFactor = kFactors[rng.uniform(0, 3)];
+        r.yFactor = kFactors[rng.uniform(0, 3)];
+        r.dstWidth = int32_t(r.srcWidth * r.xFactor) + rng.uniform(1, 3);
+        r.dstRoi = {0, 0, r.dstWidth, r.dstHeight};
+        r.xShift = rng.uniform(0, 3) == 0 ? rng.real(-2.0, 2.0) : 0.0;
+        r.yShift = 0.0;
+        const int32_t channels = n % 3 == 0 ? 1 : (n % 3 == 1 ? 3 : 4);
+        const int32_t id = kIds[rng.uniform(0, 3)] | kAntialias;
+        if (n % 2)
+            checkRandomResize<uint8_t>(r, channels, id, rng);
+        else
+            checkRandomResize<uint16_t>(r, channels, id, rng);
+    }
+}
+
 }  // namespace
 }  // namespace morva::testing
