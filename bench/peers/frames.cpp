@@ -68,16 +68,20 @@ void appendPlaneSamples(const TImage& image, const PlaneEntry& e, const Rect& re
     const int32_t x1 = std::min(e.width, (region.x + region.width + e.subW - 1) / e.subW);
     const int32_t y1 = std::min(e.height, (region.y + region.height + e.subH - 1) / e.subH);
     const int32_t unitBytes = e.channels * e.bytesPerChannel;
+    const bool wholeUnits = e.bytesPerChannel == 1 && image.format != FORMAT_RGB32;
+    out.reserve(out.size() + size_t(std::max(0, x1 - x0)) * std::max(0, y1 - y0) * unitBytes);
     for (int32_t y = y0; y < y1; ++y) {
         const uint8_t* row = e.data + int64_t(y) * e.stride;
+        if (wholeUnits) {  // every byte counts: the row's span at once
+            out.insert(out.end(), row + int64_t(x0) * unitBytes, row + int64_t(x1) * unitBytes);
+            continue;
+        }
         for (int32_t x = x0; x < x1; ++x) {
             const uint8_t* unit = row + int64_t(x) * unitBytes;
-            if (e.bytesPerChannel == 2) {
+            if (e.bytesPerChannel == 2)
                 splitPacked16(image.format, uint16_t(unit[0] | unit[1] << 8), out);
-                continue;
-            }
-            const int32_t channels = image.format == FORMAT_RGB32 ? 3 : e.channels;
-            out.insert(out.end(), unit, unit + channels);
+            else
+                out.insert(out.end(), unit, unit + 3);  // 32-bit pixels: blue, green, red
         }
     }
 }

@@ -2,6 +2,7 @@
 // morvaRender, each source fitted into its cell; the peers convert and scale
 // each source into the same rectangles.
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "peers.h"
