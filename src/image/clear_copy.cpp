@@ -2,7 +2,6 @@
 // size and format.
 #include <algorithm>
 #include <cstdint>
-#include <optional>
 
 #include "color/router.h"
 #include "image/image.h"
@@ -107,11 +106,9 @@ bool morvaCopyImage(const TImage* source, TImage* destination, int32_t interpola
         return morva::convertColorSpace(source, destination);
     // The trace tells of the whole-image steps below: with the trace on,
     // they are taken.
-    if (!morva::traceEnabled()) {
-        const std::optional<bool> copied =
-            morva::copyResizedInBands(*source, *destination, interpolation, scaleMode, buffers);
-        if (copied) return *copied;
-    }
+    if (!morva::traceEnabled())
+        return morva::copyResizedUntraced(*source, *destination, interpolation, scaleMode,
+                                          buffers);
     return morva::copyResizedWholeFrame(*source, *destination, interpolation, scaleMode,
                                         buffers.work);
 }

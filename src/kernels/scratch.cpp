@@ -5,7 +5,7 @@
 namespace morva {
 
 void WorkBuffers::trim(int64_t keptBytes) {
-    for (ScratchBuffer* buffer : {&window, &temporary, &work})
+    for (ScratchBuffer* buffer : {&window, &temporary, &work, &frame})
         if (buffer->capacity() > keptBytes) buffer->release();
 }
 

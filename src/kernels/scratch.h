@@ -46,6 +46,7 @@ struct WorkBuffers {
     ScratchBuffer window;     // converted or resized rows on their way through
     ScratchBuffer temporary;  // rows of a conversion's temporary image
     ScratchBuffer work;       // the resize kernels' work buffer
+    ScratchBuffer frame;      // a whole temporary image, where bands can't serve
 
     // Gives back every block larger than keptBytes.
     void trim(int64_t keptBytes);

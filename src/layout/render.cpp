@@ -78,10 +78,10 @@ void renderSource(const TImage& source, int32_t index, const LayoutRecord& layou
                   WorkBuffers& buffers) {
     const std::optional<IppiRect> cell = calcCellRect(index, layout, targetWidth, targetHeight);
     if (!cell) return;
-    if (source.format != target.format && !traceEnabled() &&
-        renderConvertedInBands(source, *cell, target, buffers))
-        return;
-    renderSourceWholeFrame(source, *cell, target, buffers.work);
+    if (source.format != target.format && !traceEnabled())
+        renderConvertedUntraced(source, *cell, target, buffers);
+    else
+        renderSourceWholeFrame(source, *cell, target, buffers.work);
 }
 
 struct Candidate {

@@ -14,7 +14,9 @@
 #include "color/router.h"
 #include "image/image.h"
 #include "image/image_rows.h"
+#include "kernels/memory.h"
 #include "layout/geometry.h"
+#include "layout/render.h"
 #include "resample/resize_driver.h"
 
 namespace morva {
@@ -267,7 +269,72 @@ void resizeAndConvertRows(const TImage& source, const ImageResizePlan& plan,
     convertRows(route, band, rowsOf(destination, first, end - first), buffers.temporary);
 }
 
+// A temporary image of the whole-frame paths held in the thread's frame
+// block instead of an allocation of its own: the same layout, the same
+// alignment (the block is ippsMalloc_8u's), the same margin of twice its
+// planes behind it, and the id it would take. Null where the allocation
+// would fail on the geometry.
+class FrameImage {
+public:
+    FrameImage(int32_t width, int32_t height, int32_t format, bool zeroFilled,
+               ScratchBuffer& block)
+        : layout_(width, height, format) {
+        reserveImageIds(1);
+        if (!layout_.available()) return;
+        uint8_t* data = block.reserve(3 * int64_t(layout_.image().size));
+        if (data == nullptr) return;
+        image_ = layout_.image();
+        info_ = *image_.planeInfo;
+        image_.planeInfo = &info_;
+        image_.data = data;
+        for (int32_t i = 0; i < info_.planeCount; ++i)
+            info_.planes[i].data = data + info_.planes[i].offset;
+        if (zeroFilled) ippsZero_8u(data, image_.size);
+        ready_ = true;
+    }
+    FrameImage(const FrameImage&) = delete;
+    FrameImage& operator=(const FrameImage&) = delete;
+
+    TImage* get() { return ready_ ? &image_ : nullptr; }
+
+private:
+    ImageLayout layout_;
+    TImage image_{};
+    PlaneInfo info_{};
+    bool ready_ = false;
+};
+
 }  // namespace
+
+void renderConvertedUntraced(const TImage& source, const IppiRect& cell, TImage& target,
+                             WorkBuffers& buffers) {
+    if (renderConvertedInBands(source, cell, target, buffers)) return;
+    // The converted image needs its zeros only where the conversion leaves
+    // pixels, or where the whole buffer, padding included, is copied on.
+    const ConversionRoute route =
+        findConversionRoute(source.format, target.format, source.width, source.height);
+    const bool sizesOfTarget = source.width == target.width && source.height == target.height;
+    FrameImage converted(source.width, source.height, target.format,
+                         !route.converts || !route.writesEveryPixel || sizesOfTarget,
+                         buffers.frame);
+    if (converted.get() == nullptr) return;
+    convertColorSpace(&source, converted.get());
+    copyWithResize(converted.get(), {0, 0, source.width, source.height}, &target, cell,
+                   source.planeInfo->interpolation, source.planeInfo->scaleMode, buffers.work);
+}
+
+bool copyResizedUntraced(const TImage& source, TImage& destination, int32_t interpolation,
+                         int32_t scaleMode, WorkBuffers& buffers) {
+    const std::optional<bool> inBands =
+        copyResizedInBands(source, destination, interpolation, scaleMode, buffers);
+    if (inBands) return *inBands;
+    FrameImage resized(destination.width, destination.height, source.format, true, buffers.frame);
+    if (resized.get() == nullptr) return false;
+    return copyWithResize(&source, {0, 0, source.width, source.height}, resized.get(),
+                          {0, 0, destination.width, destination.height}, interpolation, scaleMode,
+                          buffers.work) &&
+           convertColorSpace(resized.get(), &destination);
+}
 
 std::optional<CellPlacement> placeInCell(const IppiRect& sourceRect, const IppiRect& cellRect,
                                          int32_t scaleMode) {

@@ -44,4 +44,12 @@ std::optional<bool> copyResizedInBands(const TImage& source, TImage& destination
                                        int32_t interpolation, int32_t scaleMode,
                                        WorkBuffers& buffers);
 
+// The paths of a render and of a copy when the trace is off: the band paths
+// above, or else the whole-frame path with its temporary image in the
+// thread's frame block, cleared only where its zeros are read.
+void renderConvertedUntraced(const TImage& source, const IppiRect& cell, TImage& target,
+                             WorkBuffers& buffers);
+bool copyResizedUntraced(const TImage& source, TImage& destination, int32_t interpolation,
+                         int32_t scaleMode, WorkBuffers& buffers);
+
 }  // namespace morva

@@ -1,6 +1,7 @@
-// Rendering converted sources band by band: the same bytes, results and image
-// ids as the whole-frame path on random sources, formats, sizes, layouts,
-// interpolations and scale modes, and no more memory per call than a band.
+// Rendering and copying without whole temporary images of their own: the
+// same bytes, results and image ids as the whole-frame paths on random
+// sources, formats, sizes, layouts, interpolations and scale modes, and no
+// more memory per call than a band.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -99,20 +100,24 @@ RenderCase drawCase(Rng& rng) {
 struct Outcome {
     std::vector<uint8_t> bytes;
     int32_t ids;
-    bool inBands;
 };
 
-// One source into its cell of a target that starts with `background`.
-Outcome renderOne(const RenderCase& c, const TImage& source, const std::vector<uint8_t>& background, bool inBands) {
+enum class Path { WholeFrame, Untraced, BandsOnly };
+
+// One source into its cell of a target that starts with `background`, by
+// one path; `taken` tells whether the band path took it.
+Outcome renderOne(const RenderCase& c, const TImage& source, const std::vector<uint8_t>& background, Path path,
+                  bool* taken = nullptr) {
     ImagePtr target = makeImage(c.targetFormat, c.targetWidth, c.targetHeight);
     std::memcpy(target->data, background.data(), background.size());
     const IppiRect cell = calcCellRect(c.index, *findLayout("bands-case"), target->width, target->height).value();
     const int32_t before = nextImageId();
     WorkBuffers& buffers = threadWorkBuffers();
-    const bool banded = inBands && renderConvertedInBands(source, cell, *target, buffers);
-    if (!banded) renderSourceWholeFrame(source, cell, *target, buffers.work);
+    if (path == Path::WholeFrame) renderSourceWholeFrame(source, cell, *target, buffers.work);
+    if (path == Path::Untraced) renderConvertedUntraced(source, cell, *target, buffers);
+    if (path == Path::BandsOnly) *taken = renderConvertedInBands(source, cell, *target, buffers);
     const int32_t ids = nextImageId() - before - 1;
-    return {allBytes(*target), ids, banded};
+    return {allBytes(*target), ids};
 }
 
 TEST(RenderBands, ConvertedSourcesGiveTheWholeFramesBytesAndIds) {
@@ -128,13 +133,16 @@ TEST(RenderBands, ConvertedSourcesGiveTheWholeFramesBytesAndIds) {
         morvaSetAttributes(source.get(), c.interpolation, c.scaleMode);
         std::vector<uint8_t> background(3 * size_t(makeImage(c.targetFormat, c.targetWidth, c.targetHeight)->size));
         rng.fill(background.data(), background.size());
-        const Outcome whole = renderOne(c, *source, background, false);
-        const Outcome bands = renderOne(c, *source, background, true);
-        EXPECT_EQ(bands.ids, whole.ids);
-        ASSERT_EQ(bands.bytes, whole.bytes);
-        banded += bands.inBands;
+        const Outcome whole = renderOne(c, *source, background, Path::WholeFrame);
+        const Outcome untraced = renderOne(c, *source, background, Path::Untraced);
+        EXPECT_EQ(untraced.ids, whole.ids);
+        ASSERT_EQ(untraced.bytes, whole.bytes);
+        bool taken = false;
+        renderOne(c, *source, background, Path::BandsOnly, &taken);
+        banded += taken;
     }
-    // Most cases take the band path; the rest need the whole frame.
+    // Most cases take the band path; the rest the whole frame in the
+    // thread's block.
     EXPECT_GT(banded, rounds / 2);
     morvaSetLayout("bands-case", nullptr);
 }
@@ -208,9 +216,10 @@ TEST(RenderBands, ConcurrentRendersOnDistinctTargetsDrawAlike) {
     morvaSetLayout("bands-threads", nullptr);
 }
 
-// morvaCopyImage between sizes: band by band as through the whole resized
-// image, for random formats, sizes, interpolations and scale modes, the
-// destination's old bytes random.
+// morvaCopyImage between sizes: band by band, or through the whole resized
+// image in the thread's block, as through an image of its own, for random
+// formats, sizes, interpolations and scale modes, the destination's old
+// bytes random.
 TEST(RenderBands, CopiesBetweenSizesGiveTheWholeImagesBytesResultsAndIds) {
     MORVA_SEED_TRACE();
     Rng rng(515);
@@ -237,13 +246,12 @@ TEST(RenderBands, CopiesBetweenSizesGiveTheWholeImagesBytesResultsAndIds) {
         const bool wholeResult = copyResizedWholeFrame(*source, *whole, interpolation, scaleMode, work);
         const int32_t wholeIds = nextImageId() - before;
         before = nextImageId();
-        const std::optional<bool> bandResult =
-            copyResizedInBands(*source, *bands, interpolation, scaleMode, threadWorkBuffers());
-        if (!bandResult) continue;
-        ++banded;
+        const bool untracedResult = copyResizedUntraced(*source, *bands, interpolation, scaleMode, threadWorkBuffers());
         EXPECT_EQ(nextImageId() - before, wholeIds);
-        EXPECT_EQ(*bandResult, wholeResult);
+        EXPECT_EQ(untracedResult, wholeResult);
         ASSERT_EQ(allBytes(*bands), allBytes(*whole));
+        ImagePtr probe = makeImage(targetFormat, width, height);
+        banded += copyResizedInBands(*source, *probe, interpolation, scaleMode, threadWorkBuffers()).has_value();
     }
     EXPECT_GT(banded, rounds / 2);
 }
