@@ -10,12 +10,6 @@ else()
   set(MORVA_X86_64 OFF)
 endif()
 
-if(MORVA_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
-                      -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
-endif()
-
 # Instruction-set flags go on the files of that instruction set only. The files
 # belong to the object library made in src/, hence TARGET_DIRECTORY.
 function(morva_isa_sources)

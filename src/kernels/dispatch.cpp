@@ -30,7 +30,7 @@ std::atomic<int> ippCpuSlot{highestCpuSlot()};
 std::atomic<int> ippNumThreads{1};
 
 int setCpuSlot(int slot) {
-    const int chosen = std::clamp(slot, 0, highestCpuSlot());
+    const int chosen = std::clamp(slot, kScalarCpuSlot, highestCpuSlot());
     ippCpuSlot.store(chosen, std::memory_order_relaxed);
     return chosen;
 }

@@ -37,8 +37,13 @@ int highestCpuSlot();
 extern std::atomic<int> ippCpuSlot;
 inline int currentCpuSlot() { return ippCpuSlot.load(std::memory_order_relaxed); }
 
+// Not a slot of the tables: every entry point runs its kernel's scalar
+// definition, so that tests can compare whole calls with the definitions.
+constexpr int kScalarCpuSlot = -1;
+
 // Internal hook for tests, benchmarks and the command-line tool: selects a
-// slot, limited to what the processor runs. Returns the slot in effect.
+// slot, or kScalarCpuSlot, limited to what the processor runs. Returns the
+// slot in effect.
 int setCpuSlot(int slot);
 
 // Threads of the resize kernels' band split. 1 unless a test changes it.
@@ -69,8 +74,8 @@ public:
         }
     }
 
-    Fn slot(int index) const { return slots_[index]; }
-    Fn current() const { return slots_[currentCpuSlot()]; }
+    Fn slot(int index) const { return index == kScalarCpuSlot ? scalar() : slots_[index]; }
+    Fn current() const { return slot(currentCpuSlot()); }
     Fn scalar() const { return forms_.front().fn; }
 
     // Every form compiled in, supported by this processor or not.

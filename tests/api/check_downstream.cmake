@@ -12,6 +12,7 @@ foreach(method package pkgconfig)
   set(build ${WORK_DIR}/build-${method})
   execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${build} -G ${GENERATOR}
                           -DCMAKE_PREFIX_PATH=${prefix} -DFIND_WITH=${method}
+                          -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
                           "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${CXX_FLAGS}"
                   RESULT_VARIABLE failed)
   if(NOT failed)

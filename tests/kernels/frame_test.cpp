@@ -1,6 +1,6 @@
 // The frame's processor services: the largest-cache query on recorded
-// processor reports and its memo, truncating conversion, and the
-// floating-point control operations.
+// processor reports and its memo, truncating conversion, the floating-point
+// control operations, and the slot that runs the scalar definitions.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -9,6 +9,7 @@
 #include <map>
 #include <vector>
 
+#include "kernels/dispatch.h"
 #include "kernels/frame.h"
 
 namespace morva {
@@ -137,6 +138,21 @@ TEST(FloatingPointControl, MaskedLoadsDefaultAndStatus) {
 }
 
 #endif
+
+int scalarForm() { return 0; }
+int vectorForm() { return 1; }
+
+// The scalar slot runs the definition in every table, whatever the processor
+// runs; slots below it and above the processor's are limited.
+TEST(Dispatch, TheScalarSlotRunsTheDefinitions) {
+    const KernelTable<int (*)()> table{{"scalar", Isa::Scalar, &scalarForm}, {"sse2", Isa::Sse2, &vectorForm}};
+    const int previous = currentCpuSlot();
+    EXPECT_EQ(setCpuSlot(-5), kScalarCpuSlot);
+    EXPECT_TRUE(table.current()() == 0 && table.slot(kScalarCpuSlot)() == 0);
+    EXPECT_EQ(setCpuSlot(kCpuSlotCount + 3), highestCpuSlot());
+    EXPECT_EQ(table.current()(), MORVA_X86_64 ? 1 : 0);
+    setCpuSlot(previous);
+}
 
 }  // namespace
 }  // namespace morva
