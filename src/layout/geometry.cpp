@@ -26,7 +26,13 @@ int32_t truncToInt32(double value) {
 std::optional<TargetPlacement> calcTargetRect(const IppiRect& sourceRect,
                                               const IppiRect& targetRect, int32_t scaleMode) {
     CTraces scope("calcTargetRect()");
-    if (sourceRect.width <= 0 || sourceRect.height <= 0) return std::nullopt;
+    // The refusals below are ours (the design divides by zero or leaves the
+    // rectangle undefined); each says why in the trace.
+    if (sourceRect.width <= 0 || sourceRect.height <= 0) {
+        traceWrite(scope, "Nothing placed: the source is %d x %d.\n", sourceRect.width,
+                   sourceRect.height);
+        return std::nullopt;
+    }
     const double xRatio = double(targetRect.width) / sourceRect.width;
     const double yRatio = double(targetRect.height) / sourceRect.height;
     switch (scaleMode) {
@@ -42,7 +48,10 @@ std::optional<TargetPlacement> calcTargetRect(const IppiRect& sourceRect,
             narrowed(targetRect.x + (int64_t(targetRect.width) - width) / 2);
         const std::optional<int32_t> y =
             narrowed(targetRect.y + (int64_t(targetRect.height) - height) / 2);
-        if (!x || !y) return std::nullopt;
+        if (!x || !y) {
+            traceWrite(scope, "Nothing placed: the fitted rectangle lies beyond 32 bits.\n");
+            return std::nullopt;
+        }
         return TargetPlacement{{*x, *y, width, height}, s, s};
     }
     case kScaleFill: {
@@ -52,6 +61,7 @@ std::optional<TargetPlacement> calcTargetRect(const IppiRect& sourceRect,
         return TargetPlacement{targetRect, s, s};
     }
     default:
+        traceWrite(scope, "Nothing placed: scale mode %d is unknown.\n", scaleMode);
         return std::nullopt;
     }
 }

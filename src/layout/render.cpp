@@ -124,7 +124,10 @@ bool morvaRender(const char* layoutName, TImage* target, TImage* const* sources,
     }
     // A grid without rows or columns has no cells; it is refused, and the
     // target stays as it was.
-    if (layout->rows == 0 || layout->columns == 0) return false;
+    if (layout->rows == 0 || layout->columns == 0) {
+        traceWrite(scope, "Layout '%s' has no cells.\n", layoutName);
+        return false;
+    }
     const int32_t width = target->width;
     const int32_t height = target->height;
     // Later sources overwrite earlier ones; an invalid source keeps its cell

@@ -2,9 +2,11 @@
 // into it, so the log lies here too.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <thread>
 
+#include "morva.h"
 #include "trace/trace.h"
 #include "trace/trace_internal.h"
 #include "trace_log.h"
@@ -92,6 +94,24 @@ TEST_F(TraceOn, ThreadsWriteWholeLinesWithUniqueNumbers) {
     ASSERT_EQ(lines.size(), 300u);
     for (size_t i = 0; i < lines.size(); ++i)
         ASSERT_EQ(lines[i].sequence, lines[0].sequence + int(i)) << lines[i].text;
+}
+
+// Refusals where the library chose the result say why in the log.
+TEST_F(TraceOn, RefusalsSayWhy) {
+    TImage* source = morvaAllocateImage("source", 8, -8, FORMAT_RGB32, nullptr, 0);
+    TImage* target = morvaAllocateImage("target", 16, -16, FORMAT_RGB32, nullptr, 0);
+    EXPECT_EQ(morvaAllocateImage("huge", 2147483644, -2147482624, FORMAT_GRAY8, nullptr, 0), nullptr);
+    EXPECT_FALSE(morvaCopyImage(source, target, INTER_LINEAR, 7));
+    ASSERT_TRUE(morvaSetLayout("no-cells", "rows:0;"));
+    EXPECT_FALSE(morvaRender("no-cells", target, &source, 1));
+    morvaSetLayout("no-cells", nullptr);
+    morvaFreeImage(source);
+    morvaFreeImage(target);
+    std::vector<std::string> texts;
+    for (const TraceLine& line : newLines()) texts.push_back(line.text);
+    for (const char* expected : {"Error: failed to call 'setPlaneInfo'.\r\n", "Nothing placed: scale mode 7 is unknown.\r\n",
+                                 "Layout 'no-cells' has no cells.\r\n"})
+        EXPECT_NE(std::find(texts.begin(), texts.end(), expected), texts.end()) << expected;
 }
 
 // Each run starts a log of its own; this one removes it when the run ends.
