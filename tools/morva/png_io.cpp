@@ -61,6 +61,12 @@ bool decodePng(PngSession* session) {
     }
     png_set_read_fn(png, session, readFromFile);
     png_set_user_limits(png, kMaxSide, kMaxSide);
+    // Only pixels are read. Text, profile and other metadata chunks are
+    // skipped unread: libpng would otherwise allocate whatever length a
+    // chunk claims (a file of a hundred bytes could ask for a gigabyte), as
+    // it only warns about lengths beyond its limit.
+    static const png_byte kSkipped[] = "tEXt\0zTXt\0iTXt\0iCCP\0sPLT\0eXIf\0pCAL\0sCAL";
+    png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, kSkipped, int(sizeof kSkipped / 5));
     png_read_info(png, info);
     png_set_expand(png);  // palette and low-bit grey to 8 bits, transparency to alpha
     png_set_strip_16(png);
