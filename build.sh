@@ -68,7 +68,7 @@ run_fuzzers() {  # seconds
         mkdir -p "$dir/corpus/$target"
         local log=$dir/findings/$target.log
         echo "Fuzzing $target for $seconds s (log in $log)"
-        if "$dir/tests/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=3072 \
+        if "$dir/tests/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=3072 -malloc_limit_mb=512 \
             -print_final_stats=1 -artifact_prefix="$dir/findings/$target-" "${options[@]}" \
             "$dir/corpus/$target" "tests/fuzz/corpus/$target" >"$log" 2>&1; then
             grep -E '^stat::(number_of_executed_units|new_units_added)|DONE' "$log" || true
