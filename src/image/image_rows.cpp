@@ -42,6 +42,18 @@ ImageRows rowsOf(const TImage& image, int32_t firstRow, int32_t rows) {
     return band;
 }
 
+ImageRows rowsWithin(const ImageRows& band, int32_t firstRow, int32_t endRow) {
+    ImageRows part = band;
+    part.firstRow = firstRow;
+    part.rows = endRow - firstRow;
+    for (int32_t i = 0; i < band.whole->planeInfo->planeCount; ++i) {
+        const PlaneEntry& plane = band.whole->planeInfo->planes[i];
+        part.planes[i] +=
+            int64_t(planeRowOf(plane, firstRow) - planeRowOf(plane, band.firstRow)) * plane.stride;
+    }
+    return part;
+}
+
 TImage viewOf(const ImageRows& band, PlaneInfo& info) {
     const TImage& whole = *band.whole;
     info = *whole.planeInfo;

@@ -30,6 +30,9 @@ int32_t rowsPerBandStep(int32_t format);
 // Rows of an image where they stand.
 ImageRows rowsOf(const TImage& image, int32_t firstRow, int32_t rows);
 
+// Rows [firstRow, endRow) of a band, which holds them.
+ImageRows rowsWithin(const ImageRows& band, int32_t firstRow, int32_t endRow);
+
 // A record that the router and the kernels take for the band: the whole
 // image's width and format, the band's rows as its height, its planes.
 // `info` holds the plane entries and must outlive the record.

@@ -98,14 +98,7 @@ private:
     // Rows [first, end) of the window as the whole image would hold them
     // after the conversion: zero where it writes nothing.
     void convert(int32_t first, int32_t end) {
-        ImageRows part = rows_;
-        part.firstRow = first;
-        part.rows = end - first;
-        for (int32_t i = 0; i < rows_.whole->planeInfo->planeCount; ++i) {
-            const PlaneEntry& plane = rows_.whole->planeInfo->planes[i];
-            part.planes[i] += int64_t(planeRowOf(plane, first) - planeRowOf(plane, rows_.firstRow)) *
-                              plane.stride;
-        }
+        const ImageRows part = rowsWithin(rows_, first, end);
         if (!route_.converts || !route_.writesEveryPixel) clearRows(part);
         if (route_.converts && !convertRows(route_, source_, part, buffers_.temporary))
             clearRows(part);
@@ -230,13 +223,7 @@ std::optional<ImageRows> cellOfPlainCopy(const ImageResizePlan& plan, const TIma
 void convertInBands(const TImage& source, const ConversionRoute& route, const ImageRows& whole,
                     int32_t bandRows, bool clearFirst, WorkBuffers& buffers) {
     for (int32_t first = 0; first < whole.rows; first += bandRows) {
-        ImageRows band = whole;
-        band.firstRow = first;
-        band.rows = std::min(bandRows, whole.rows - first);
-        for (int32_t i = 0; i < whole.whole->planeInfo->planeCount; ++i) {
-            const PlaneEntry& plane = whole.whole->planeInfo->planes[i];
-            band.planes[i] += int64_t(planeRowOf(plane, first)) * plane.stride;
-        }
+        const ImageRows band = rowsWithin(whole, first, std::min(first + bandRows, whole.rows));
         if (clearFirst) clearRows(band);
         if (route.converts && !convertRows(route, source, band, buffers.temporary))
             clearRows(band);
