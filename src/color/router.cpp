@@ -348,10 +348,6 @@ bool convertColorSpaceWithTemoraryImage(const TImage* source, TImage* destinatio
 
 namespace {
 
-// About this many bytes of destination rows a band, when the two legs run
-// band by band.
-constexpr int64_t kBandBytes = int64_t(256) << 10;
-
 // The two legs band by band, through rows of the temporary image instead of
 // the whole of it: the same bytes where the route converts in bands, and the
 // same id taken. Nothing where the trace is on, whose lines tell of the
@@ -365,14 +361,15 @@ std::optional<bool> convertThroughTemporaryRows(const TImage& source, TImage& de
     if (!route.convertsInBands) return std::nullopt;
     reserveImageIds(1);  // the temporary image is made, or fails, with its id
     if (!route.converts) return false;
+    WorkBuffers& buffers = threadWorkBuffers();
     const int64_t rowBytes = std::max<int64_t>(1, destination.size / destination.height);
-    const int32_t bandRows = int32_t(std::clamp<int64_t>(kBandBytes / rowBytes / route.rowStep, 1,
-                                                         destination.height)) *
-                             route.rowStep;
+    const int32_t bandRows =
+        int32_t(std::clamp<int64_t>(buffers.bandBytes / rowBytes / route.rowStep, 1,
+                                    destination.height)) *
+        route.rowStep;
     for (int32_t first = 0; first < destination.height; first += bandRows) {
         const int32_t rows = std::min(bandRows, destination.height - first);
-        if (!convertRows(route, source, rowsOf(destination, first, rows),
-                         threadWorkBuffers().temporary))
+        if (!convertRows(route, source, rowsOf(destination, first, rows), buffers.temporary))
             return false;
     }
     return true;

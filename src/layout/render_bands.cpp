@@ -22,10 +22,6 @@
 namespace morva {
 namespace {
 
-// About this many bytes of converted rows are held at once: the window, the
-// rows it feeds and the target rows made from them stay in the cache.
-constexpr int64_t kWindowBytes = int64_t(256) << 10;
-
 // A temporary image as the whole-frame paths allocate it, laid out only.
 class ImageLayout {
 public:
@@ -154,13 +150,14 @@ private:
     int32_t height_;
 };
 
-// Band height in target image rows: a window of about kWindowBytes of
+// Band height in target image rows: a window of about bandBytes of
 // converted rows, a multiple of four rows in every plane (nearest neighbour
 // builds its row table in blocks of four). Each band builds the column
 // tables anew, so a strong reduction still gets a few units of rows.
-int32_t bandHeight(const ImageLayout& converted, double yFactor, int32_t targetFormat) {
+int32_t bandHeight(const ImageLayout& converted, double yFactor, int32_t targetFormat,
+                   int64_t bandBytes) {
     const int32_t unit = 4 * rowsPerBandStep(targetFormat);
-    const double rows = double(kWindowBytes / converted.rowBytes()) * yFactor;
+    const double rows = double(bandBytes / converted.rowBytes()) * yFactor;
     const double clamped = std::clamp(rows, double(4 * unit), double(INT32_MAX / 2));
     return alignDown(int32_t(clamped), unit);
 }
@@ -170,7 +167,8 @@ int32_t bandHeight(const ImageLayout& converted, double yFactor, int32_t targetF
 void resizeThroughWindow(const TImage& source, const ConversionRoute& route,
                          const ImageLayout& converted, const ImageResizePlan& plan,
                          double yFactor, TImage& target, WorkBuffers& buffers) {
-    const BandSchedule schedule(plan, bandHeight(converted, yFactor, target.format));
+    const BandSchedule schedule(plan,
+                                bandHeight(converted, yFactor, target.format, buffers.bandBytes));
     const int32_t imageHeight = converted.image().height;
     int32_t maxRows = 0;
     for (int32_t band = 0; !schedule.empty(band); ++band) {
@@ -230,9 +228,9 @@ void convertInBands(const TImage& source, const ConversionRoute& route, const Im
     }
 }
 
-int32_t conversionBandRows(const ImageLayout& converted, int32_t rowStep) {
+int32_t conversionBandRows(const ImageLayout& converted, int32_t rowStep, int64_t bandBytes) {
     return std::max(rowStep, alignDown(int32_t(std::min<int64_t>(
-                                           kWindowBytes / converted.rowBytes(), INT32_MAX / 2)),
+                                           bandBytes / converted.rowBytes(), INT32_MAX / 2)),
                                        rowStep));
 }
 
@@ -367,7 +365,7 @@ bool renderConvertedInBands(const TImage& source, const IppiRect& cell, TImage& 
         return false;
 
     reserveImageIds(route.viaTemporary ? 2 : 1);
-    const int32_t bandRows = conversionBandRows(converted, route.rowStep);
+    const int32_t bandRows = conversionBandRows(converted, route.rowStep, buffers.bandBytes);
     if (wholeCopy) {
         // Padding and planes no conversion writes are cleared, as in the
         // zero-filled image.
@@ -437,7 +435,8 @@ std::optional<bool> copyResizedInBands(const TImage& source, TImage& destination
     // neighbour) and the conversion's on its row pairs; the rows above it
     // are zero and converted in bands of their own.
     const int32_t step = std::max(4 * rowsPerBandStep(source.format), route.rowStep);
-    const int32_t bandRows = std::max(step, alignDown(conversionBandRows(resized, 1), step));
+    const int32_t bandRows =
+        std::max(step, alignDown(conversionBandRows(resized, 1, buffers.bandBytes), step));
     const BandLayout layout(resized.image(), bandRows);
     uint8_t* block = buffers.window.reserve(layout.bytes());
     if (block == nullptr) return std::nullopt;

@@ -40,19 +40,25 @@ std::vector<uint8_t> pixelBytes(const TImage& image) {
     return pixelBytes(*image.planeInfo, image.height, planes);
 }
 
-// Converts the whole image into a zero-filled one as render's temporary image
-// is, and counts the temporary images the router allocated by the ids.
+// Converts the whole image into a zero-filled one, as render's temporary
+// image is, and counts the temporary images allocated by the ids. By
+// convertColorSpace, or by the legs the route names over the whole image.
 struct WholeRun {
     ImagePtr image{nullptr, &morvaFreeImage};
     bool converted = false;
     int temporaries = 0;
 };
 
-WholeRun convertWhole(const TImage& source, int format) {
+WholeRun convertWhole(const TImage& source, int format, const ConversionRoute* byLegs) {
     WholeRun run;
     run.image = makeImage(format, source.width, source.height);
     const int32_t before = run.image->id;
-    run.converted = convertColorSpace(&source, run.image.get());
+    if (byLegs == nullptr)
+        run.converted = convertColorSpace(&source, run.image.get());
+    else if (byLegs->viaTemporary)
+        run.converted = convertColorSpaceWithTemoraryImage(&source, run.image.get(), byLegs->temporaryFormat);
+    else
+        run.converted = convertColorSpaceDirect(&source, run.image.get());
     run.temporaries = makeImage(FORMAT_GRAY8, 4, 2)->id - before - 1;
     return run;
 }
@@ -95,10 +101,16 @@ TEST(RouterBands, EveryPairConvertsInBandsAsInTheWholeImage) {
             SCOPED_TRACE(::testing::Message() << src << " -> " << dst % 22 << " at " << width << "x" << height);
             ImagePtr source = makeImage(src, width, height);
             rng.fill(source->data, size_t(source->size));
-            const WholeRun whole = convertWhole(*source, dst % 22);
             const ConversionRoute route = findConversionRoute(src, dst % 22, width, height);
+            const WholeRun whole = convertWhole(*source, dst % 22, &route);
             EXPECT_EQ(route.converts, whole.converted);
             EXPECT_EQ(route.viaTemporary ? 1 : 0, whole.temporaries);
+            // convertColorSpace, which runs two legs band by band.
+            const BandBytesScope bands(randomBandBytes(rng));
+            const WholeRun router = convertWhole(*source, dst % 22, nullptr);
+            EXPECT_EQ(router.converted, whole.converted);
+            EXPECT_EQ(router.temporaries, whole.temporaries);
+            EXPECT_EQ(pixelBytes(*router.image), pixelBytes(*whole.image));
             if (!route.converts) continue;
             // 4:2:0 to planar 4:1:1 averages neighbouring chroma rows.
             EXPECT_EQ(route.convertsInBands, !(dst % 22 == FORMAT_Y411 && src != FORMAT_Y411));

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "kernels/dispatch.h"
+#include "kernels/scratch.h"
 
 namespace morva::testing {
 
@@ -35,6 +36,28 @@ public:
 private:
     std::mt19937 engine_;
 };
+
+// Sets how many bytes of rows the calling thread's bands hold, for its
+// scope: small values give many bands out of small images.
+class BandBytesScope {
+public:
+    explicit BandBytesScope(int64_t bytes) : saved_(threadWorkBuffers().bandBytes) {
+        threadWorkBuffers().bandBytes = bytes;
+    }
+    ~BandBytesScope() { threadWorkBuffers().bandBytes = saved_; }
+    BandBytesScope(const BandBytesScope&) = delete;
+    BandBytesScope& operator=(const BandBytesScope&) = delete;
+
+private:
+    int64_t saved_;
+};
+
+// A band size for a random test: mostly a few rows of a small image, now
+// and then the default.
+inline int64_t randomBandBytes(Rng& rng) {
+    const int64_t sizes[] = {64, 500, 3000, 20000, threadWorkBuffers().bandBytes};
+    return sizes[rng.uniform(0, 4)];
+}
 
 // Adds the seed to every failure message of the scope.
 #define MORVA_SEED_TRACE() SCOPED_TRACE("MORVA_TEST_SEED=" + std::to_string(::morva::testing::testSeed()))
