@@ -67,25 +67,16 @@ public:
           src_(reinterpret_cast<const T*>(a_.src)),
           dst_(reinterpret_cast<T*>(job.dst)) {}
 
-    void operator()(int32_t i, int32_t j) const {
-        const float* c = plan_.columnCoefficients + 6 * j;
-        int32_t columnTaps[6];
-        const int32_t kx = job_.columns[j] / plan_.pixelStride;
-        for (int t = 0; t < 6; ++t)
-            columnTaps[t] = std::clamp(kx + t - 2, 0, a_.srcWidth - 1) * a_.nChannels;
-
-        const RowGroups rows = rowGroups(i);
-        T* out = dst_ + ptrdiff_t(i) * job_.dstStep + ptrdiff_t(j) * a_.nChannels;
-        for (int32_t s = 0; s < a_.nProcessed; ++s) {
-            const auto rowSum = [&](const T* row) {
-                float v = float(row[columnTaps[0] + s]) * c[0];
-                for (int t = 1; t < 6; ++t) v = v + float(row[columnTaps[t] + s]) * c[t];
-                return v;
-            };
-            float v = rowSum(rows.row[0]) * rows.weight[0];
-            for (int g = 1; g < rows.count; ++g) v = v + rowSum(rows.row[g]) * rows.weight[g];
-            out[s] = T(roundRimValue(v, kMaxValue));
+    // The first rows over the full width, the first and last columns of the
+    // rows between, the last rows over the full width.
+    void run() const {
+        const int32_t top = plan_.rows.first(), bottom = a_.height - plan_.rows.last();
+        if (!writeRows(0, top)) forEachPixel(0, top, 0, a_.width);
+        for (int32_t i = top; i < bottom; ++i) {
+            forEachPixel(i, i + 1, 0, plan_.columns.first());
+            forEachPixel(i, i + 1, a_.width - plan_.columns.last(), a_.width);
         }
+        if (!writeRows(bottom, a_.height)) forEachPixel(bottom, a_.height, 0, a_.width);
     }
 
 private:
@@ -95,9 +86,34 @@ private:
     // the sum of its row coefficients.
     struct RowGroups {
         const T* row[6];
+        int32_t index[6];  // for the rows of the rim, the source row's number
         float weight[6];
         int count = 0;
     };
+
+    // A column's taps, clamped to the source, in samples, and its coefficients.
+    struct ColumnTaps {
+        int32_t offset[6];
+        const float* c;
+    };
+
+    ColumnTaps columnTaps(int32_t j) const {
+        ColumnTaps taps;
+        taps.c = plan_.columnCoefficients + 6 * j;
+        const int32_t entry = job_.columns[j];
+        const int32_t kx = plan_.pixelStride == 1 ? entry : entry / plan_.pixelStride;
+        for (int t = 0; t < 6; ++t) taps.offset[t] = std::clamp(kx + t - 2, 0, a_.srcWidth - 1) * a_.nChannels;
+        return taps;
+    }
+
+    const T* sourceRow(int32_t r) const { return src_ + ptrdiff_t(r) * job_.srcStep; }
+
+    // The six products of sample s added from the left.
+    static float rowSum(const T* row, const ColumnTaps& taps, int32_t s) {
+        float v = float(row[taps.offset[0] + s]) * taps.c[0];
+        for (int t = 1; t < 6; ++t) v = v + float(row[taps.offset[t] + s]) * taps.c[t];
+        return v;
+    }
 
     RowGroups rowGroups(int32_t i) const {
         const float* y = plan_.rowCoefficients + 6 * i;
@@ -106,19 +122,72 @@ private:
         const T* base = rimRow ? src_ : src_ + job_.rows[i];
         const int32_t k = rimRow ? rimK(plan_.rows, i, a_.height, a_.srcHeight) : 0;
         RowGroups groups;
-        int32_t previous = 0;
         for (int t = 0; t < 6; ++t) {
             const int32_t index = rimRow ? std::clamp(k + t - 2, 0, a_.srcHeight - 1) : t - 2;
-            if (t > 0 && index == previous) {
+            if (t > 0 && index == groups.index[groups.count - 1]) {
                 groups.weight[groups.count - 1] = groups.weight[groups.count - 1] + y[t];
             } else {
                 groups.row[groups.count] = base + ptrdiff_t(index) * job_.srcStep;
+                groups.index[groups.count] = index;
                 groups.weight[groups.count] = y[t];
                 ++groups.count;
             }
-            previous = index;
         }
         return groups;
+    }
+
+    void forEachPixel(int32_t fromRow, int32_t toRow, int32_t fromColumn, int32_t toColumn) const {
+        for (int32_t i = fromRow; i < toRow; ++i) {
+            if (fromColumn >= toColumn) continue;
+            const RowGroups rows = rowGroups(i);
+            const T* const* source = rows.row;
+            for (int32_t j = fromColumn; j < toColumn; ++j) {
+                const ColumnTaps taps = columnTaps(j);
+                T* out = dst_ + ptrdiff_t(i) * job_.dstStep + ptrdiff_t(j) * a_.nChannels;
+                for (int32_t s = 0; s < a_.nProcessed; ++s) {
+                    float v = rowSum(source[0], taps, s) * rows.weight[0];
+                    for (int g = 1; g < rows.count; ++g) v = v + rowSum(source[g], taps, s) * rows.weight[g];
+                    out[s] = T(roundRimValue(v, kMaxValue));
+                }
+            }
+        }
+    }
+
+    // Target rows from .. to - 1 over the full width, as forEachPixel does
+    // them but with each source row's sums worked out once, into the ring's
+    // buffers, which the interior fills only later. Rows of the rim share
+    // their source rows: the first ones all read rows 0 to 4. False, and
+    // nothing written, where the buffers can't hold the sums.
+    bool writeRows(int32_t from, int32_t to) const {
+        if (from >= to) return true;
+        const int32_t first = rowGroups(from).index[0];
+        const RowGroups lastGroups = rowGroups(to - 1);
+        const int32_t count = lastGroups.index[lastGroups.count - 1] - first + 1;
+        const size_t samples = size_t(a_.width) * size_t(a_.nProcessed);
+        float* sums = plan_.rowBuffers[0];
+        const float* end = plan_.rowBuffers[5] + size_t(plan_.interiorWidth) * size_t(a_.nProcessed);
+        if (plan_.interiorWidth == 0 || sums + size_t(count) * samples > end) return false;
+
+        for (int32_t j = 0; j < a_.width; ++j) {
+            const ColumnTaps taps = columnTaps(j);
+            for (int32_t r = 0; r < count; ++r)
+                for (int32_t s = 0; s < a_.nProcessed; ++s)
+                    sums[size_t(r) * samples + size_t(j) * a_.nProcessed + s] = rowSum(sourceRow(first + r), taps, s);
+        }
+        for (int32_t i = from; i < to; ++i) {
+            const RowGroups rows = rowGroups(i);
+            const float* sum[6];
+            for (int g = 0; g < rows.count; ++g) sum[g] = sums + size_t(rows.index[g] - first) * samples;
+            T* out = dst_ + ptrdiff_t(i) * job_.dstStep;
+            for (int32_t j = 0; j < a_.width; ++j)
+                for (int32_t s = 0; s < a_.nProcessed; ++s) {
+                    const size_t at = size_t(j) * a_.nProcessed + s;
+                    float v = sum[0][at] * rows.weight[0];
+                    for (int g = 1; g < rows.count; ++g) v = v + sum[g][at] * rows.weight[g];
+                    out[ptrdiff_t(j) * a_.nChannels + s] = T(roundRimValue(v, kMaxValue));
+                }
+        }
+        return true;
     }
 
     const ResizeJob& job_;
@@ -132,7 +201,7 @@ template <class T>
 void runLanczos(const ResizeJob& job) {
     constexpr TapAlignment kAlignment{32, 32, 32};
     const TapPlan<6> plan = planTapFilter<6>(job, kAlignment, &ownLanczosCoefficients);
-    forEachRimPixel(job, plan, LanczosRim<T>(job, plan));
+    LanczosRim<T>(job, plan).run();
     const int32_t n = job.args->nProcessed;
     const bool doubling = n == 1 && interiorColumnsDouble(job, plan);
     const TapRowFn<T> row =

@@ -132,10 +132,6 @@ void runTapInterior(const ResizeJob& job, const TapPlan<Taps>& plan, TapRowFn<T>
     }
 }
 
-int32_t roundRimValue(float v, int32_t maxValue) {
-    return clampSample(truncToInt32(double(v) + 0.5000001), maxValue);
-}
-
 int32_t roundToInt32(float v) {
     const float r = std::nearbyint(v);
     if (!(r >= -2147483648.0f && r < 2147483648.0f)) return INT32_MIN;

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "kernels/dispatch.h"
+#include "resample/resize_common.h"
 #include "resample/resize_general.h"
 
 namespace morva {
@@ -106,7 +107,9 @@ void forEachRimPixel(const ResizeJob& job, const TapPlan<Taps>& plan, Pixel pixe
 }
 
 // The rim's rounding: trunc(float64(v) + 0.5000001), limited to 0..maxValue.
-int32_t roundRimValue(float v, int32_t maxValue);
+inline int32_t roundRimValue(float v, int32_t maxValue) {
+    return clampSample(truncToInt32(double(v) + 0.5000001), maxValue);
+}
 
 // The blends' saturation of 32-bit results. 8u: limited to 0..255. 16u: the
 // result plus -32768 in wrapping 32-bit arithmetic, saturated to int16, plus
