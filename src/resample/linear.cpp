@@ -279,8 +279,10 @@ private:
     }
     int32_t rowQuarters(int32_t i) const { return quarters(rowFractions_[top_ + i]); }
 
-    // The interior by one of the fast paths where its tables allow one: down
-    // only, or halving or doubling both ways. False where none applies.
+    // The interior in one pass where its tables allow (linear_fast_paths.h):
+    // 8u rows that keep their columns (down only), and halving or doubling
+    // both ways for the pixels whose kernels have vector forms. False where
+    // none applies.
     bool writeFastInterior(int32_t width, int32_t height) const {
         if (a_.nProcessed != channels_) return false;
         const int32_t* columns = job_.columns + left_;
@@ -288,30 +290,39 @@ private:
         const AxisShape across =
             axisShape(columns, width, channels_, [this](int32_t j) { return columnQuarters(j); });
         if (across == AxisShape::General) return false;
-        const AxisShape down =
-            axisShape(rows, height, job_.srcStep, [this](int32_t i) { return rowQuarters(i); });
-        const bool bothHalf = across == AxisShape::Half && down == AxisShape::Half;
-        const bool bothDouble = across == AxisShape::Double && down == AxisShape::Double;
-        if (across != AxisShape::Copy && !bothHalf && !bothDouble) return false;
-
-        const auto vertical = byDepth<T>(linearVertical8uTable().current(), linearVertical16uTable().current());
-        const auto box = byDepth<T>(linearBox8uTable(channels_).current(), linearBox16uTable(channels_).current());
-        const auto doubled =
-            byDepth<T>(linearDouble8uTable(channels_).current(), linearDouble16uTable(channels_).current());
-        const int32_t firstQuarters = columnQuarters(0);
-        T* out = targetRow(top_) + left_ * channels_;
-        for (int32_t i = 0; i < height; ++i) {
-            const T* upper = src_ + rows[i] + columns[0];
-            const T* lower = upper + job_.srcStep;
-            T* target = out + ptrdiff_t(i) * job_.dstStep;
-            if (across == AxisShape::Copy)
-                vertical(upper, lower, target, width * channels_, rowFractions_[top_ + i]);
-            else if (bothHalf)
-                box(upper, lower, target, width);
-            else
-                doubled(upper, lower, rowQuarters(i), firstQuarters, target, width);
+        const AxisShape down = axisShape(rows, height, job_.srcStep, [this](int32_t i) { return rowQuarters(i); });
+        // body(i, upper, lower, out) for each interior row: the source rows of
+        // its taps from the first interior column, and its first target pixel.
+        const auto eachRow = [&](auto body) {
+            T* out = targetRow(top_) + left_ * channels_;
+            for (int32_t i = 0; i < height; ++i) {
+                const T* upper = src_ + rows[i] + columns[0];
+                body(i, upper, upper + job_.srcStep, out + ptrdiff_t(i) * job_.dstStep);
+            }
+            return true;
+        };
+        if constexpr (sizeof(T) == 1) {
+            if (across == AxisShape::Copy) {
+                const LinearVertical8uFn vertical = linearVertical8uTable().current();
+                return eachRow([&](int32_t i, const T* upper, const T* lower, T* out) {
+                    vertical(upper, lower, out, width * channels_, rowFractions_[top_ + i]);
+                });
+            }
         }
-        return true;
+        const bool vectorForms = channels_ == 1 || (channels_ == 4 && sizeof(T) == 1);
+        if (!vectorForms || across != down) return false;
+        if (across == AxisShape::Half) {
+            const auto box = byDepth<T>(linearBox8uTable(channels_).current(), linearBox16uTable().current());
+            return eachRow([&](int32_t, const T* upper, const T* lower, T* out) { box(upper, lower, out, width); });
+        }
+        if (across == AxisShape::Double) {
+            const auto doubled = byDepth<T>(linearDouble8uTable(channels_).current(), linearDouble16uTable().current());
+            const int32_t firstQuarters = columnQuarters(0);
+            return eachRow([&](int32_t i, const T* upper, const T* lower, T* out) {
+                doubled(upper, lower, rowQuarters(i), firstQuarters, out, width);
+            });
+        }
+        return false;
     }
 
     void writeInterior() const {

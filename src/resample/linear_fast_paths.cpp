@@ -1,7 +1,6 @@
 // Scalar definitions and tables of the linear fast paths.
 #include "resample/linear_fast_paths.h"
 
-#include "resample/linear_forms.h"
 #include "resample/linear_fast_paths_forms.h"
 #include "resample/resize_common.h"
 
@@ -37,17 +36,11 @@ void linearVertical8uScalar(const uint8_t* upper, const uint8_t* lower, uint8_t*
         dst[i] = uint8_t((upper[i] * (16384 - fraction) + lower[i] * fraction + 8192) >> 14);
 }
 
-void linearVertical16uScalar(const uint16_t* upper, const uint16_t* lower, uint16_t* dst,
-                             int32_t count, float fraction) {
-    for (int32_t i = 0; i < count; ++i) {
-        const float a = float(upper[i]), b = float(lower[i]);
-        const float v = a + (b - a) * fraction;
-        dst[i] = static_cast<uint16_t>(clampSample(truncToInt32(v + kBlend16uHalf), 65535));
-    }
-}
-
 template void linearBoxScalar<uint8_t, 1>(const uint8_t*, const uint8_t*, uint8_t*, int32_t);
 template void linearDoubleScalar<uint8_t, 1>(const uint8_t*, const uint8_t*, int32_t, int32_t,
+                                             uint8_t*, int32_t);
+template void linearBoxScalar<uint8_t, 4>(const uint8_t*, const uint8_t*, uint8_t*, int32_t);
+template void linearDoubleScalar<uint8_t, 4>(const uint8_t*, const uint8_t*, int32_t, int32_t,
                                              uint8_t*, int32_t);
 template void linearBoxScalar<uint16_t, 1>(const uint16_t*, const uint16_t*, uint16_t*, int32_t);
 template void linearDoubleScalar<uint16_t, 1>(const uint16_t*, const uint16_t*, int32_t, int32_t,
@@ -62,13 +55,19 @@ const KernelTable<LinearBoxFn<uint8_t>>& linearBox8uTable(int32_t channels) {
         {"avx512", Isa::Avx512, &linearBox8uC1Avx512},
 #endif
     };
-    static const KernelTable<LinearBoxFn<uint8_t>> c3{{"scalar", Isa::Scalar, &linearBoxScalar<uint8_t, 3>}};
-    static const KernelTable<LinearBoxFn<uint8_t>> c4{{"scalar", Isa::Scalar, &linearBoxScalar<uint8_t, 4>}};
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    static const KernelTable<LinearBoxFn<uint8_t>> c4{
+        {"scalar", Isa::Scalar, &linearBoxScalar<uint8_t, 4>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &linearBox8uC4Sse2},
+        {"avx2", Isa::Avx2, &linearBox8uC4Avx2},
+        {"avx512", Isa::Avx512, &linearBox8uC4Avx512},
+#endif
+    };
+    return channels == 1 ? c1 : c4;
 }
 
-const KernelTable<LinearBoxFn<uint16_t>>& linearBox16uTable(int32_t channels) {
-    static const KernelTable<LinearBoxFn<uint16_t>> c1{
+const KernelTable<LinearBoxFn<uint16_t>>& linearBox16uTable() {
+    static const KernelTable<LinearBoxFn<uint16_t>> table{
         {"scalar", Isa::Scalar, &linearBoxScalar<uint16_t, 1>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &linearBox16uC1Sse2},
@@ -76,9 +75,7 @@ const KernelTable<LinearBoxFn<uint16_t>>& linearBox16uTable(int32_t channels) {
         {"avx512", Isa::Avx512, &linearBox16uC1Avx512},
 #endif
     };
-    static const KernelTable<LinearBoxFn<uint16_t>> c3{{"scalar", Isa::Scalar, &linearBoxScalar<uint16_t, 3>}};
-    static const KernelTable<LinearBoxFn<uint16_t>> c4{{"scalar", Isa::Scalar, &linearBoxScalar<uint16_t, 4>}};
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    return table;
 }
 
 const KernelTable<LinearDoubleFn<uint8_t>>& linearDouble8uTable(int32_t channels) {
@@ -90,13 +87,19 @@ const KernelTable<LinearDoubleFn<uint8_t>>& linearDouble8uTable(int32_t channels
         {"avx512", Isa::Avx512, &linearDouble8uC1Avx512},
 #endif
     };
-    static const KernelTable<LinearDoubleFn<uint8_t>> c3{{"scalar", Isa::Scalar, &linearDoubleScalar<uint8_t, 3>}};
-    static const KernelTable<LinearDoubleFn<uint8_t>> c4{{"scalar", Isa::Scalar, &linearDoubleScalar<uint8_t, 4>}};
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    static const KernelTable<LinearDoubleFn<uint8_t>> c4{
+        {"scalar", Isa::Scalar, &linearDoubleScalar<uint8_t, 4>},
+#if MORVA_X86_64
+        {"sse2", Isa::Sse2, &linearDouble8uC4Sse2},
+        {"avx2", Isa::Avx2, &linearDouble8uC4Avx2},
+        {"avx512", Isa::Avx512, &linearDouble8uC4Avx512},
+#endif
+    };
+    return channels == 1 ? c1 : c4;
 }
 
-const KernelTable<LinearDoubleFn<uint16_t>>& linearDouble16uTable(int32_t channels) {
-    static const KernelTable<LinearDoubleFn<uint16_t>> c1{
+const KernelTable<LinearDoubleFn<uint16_t>>& linearDouble16uTable() {
+    static const KernelTable<LinearDoubleFn<uint16_t>> table{
         {"scalar", Isa::Scalar, &linearDoubleScalar<uint16_t, 1>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &linearDouble16uC1Sse2},
@@ -104,9 +107,7 @@ const KernelTable<LinearDoubleFn<uint16_t>>& linearDouble16uTable(int32_t channe
         {"avx512", Isa::Avx512, &linearDouble16uC1Avx512},
 #endif
     };
-    static const KernelTable<LinearDoubleFn<uint16_t>> c3{{"scalar", Isa::Scalar, &linearDoubleScalar<uint16_t, 3>}};
-    static const KernelTable<LinearDoubleFn<uint16_t>> c4{{"scalar", Isa::Scalar, &linearDoubleScalar<uint16_t, 4>}};
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    return table;
 }
 
 const KernelTable<LinearVertical8uFn>& linearVertical8uTable() {
@@ -118,11 +119,6 @@ const KernelTable<LinearVertical8uFn>& linearVertical8uTable() {
         {"avx512", Isa::Avx512, &linearVertical8uAvx512},
 #endif
     };
-    return table;
-}
-
-const KernelTable<LinearVertical16uFn>& linearVertical16uTable() {
-    static const KernelTable<LinearVertical16uFn> table{{"scalar", Isa::Scalar, &linearVertical16uScalar}};
     return table;
 }
 

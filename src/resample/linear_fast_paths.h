@@ -39,23 +39,21 @@ using LinearDouble = void(const T* upper, const T* lower, int32_t rowQuarters,
 template <class T>
 using LinearDoubleFn = LinearDouble<T>*;
 
-// Down only, every column the source's own: 8u (a * (16384 - g) + b * g +
-// 8192) >> 14 per sample, since across gives 64 a exactly; 16u the blend of
-// the general path on float32(a) and float32(b), since across gives a
-// exactly. count counts samples.
-using LinearVertical8u = void(const uint8_t* upper, const uint8_t* lower, uint8_t* dst,
-                              int32_t count, int32_t fraction);
-using LinearVertical16u = void(const uint16_t* upper, const uint16_t* lower, uint16_t* dst,
-                               int32_t count, float fraction);
+// Down only, every column the source's own, 8u: (a * (16384 - g) + b * g +
+// 8192) >> 14 per sample, since across gives 64 a exactly. count counts
+// samples. (16u resizes down only keep the general path: no vector form.)
+using LinearVertical8u = void(const uint8_t* upper, const uint8_t* lower, uint8_t* dst, int32_t count,
+                              int32_t fraction);
 using LinearVertical8uFn = LinearVertical8u*;
-using LinearVertical16uFn = LinearVertical16u*;
 
-// Forms for 1, 3 or 4 samples per pixel.
+// Halving and doubling for pixels of 1 or 4 samples of 8 bits and of one
+// of 16 bits, which have vector forms: three samples don't fit the lanes,
+// and there the two passes of the general path measured faster than a
+// scalar single pass.
 const KernelTable<LinearBoxFn<uint8_t>>& linearBox8uTable(int32_t channels);
-const KernelTable<LinearBoxFn<uint16_t>>& linearBox16uTable(int32_t channels);
+const KernelTable<LinearBoxFn<uint16_t>>& linearBox16uTable();
 const KernelTable<LinearDoubleFn<uint8_t>>& linearDouble8uTable(int32_t channels);
-const KernelTable<LinearDoubleFn<uint16_t>>& linearDouble16uTable(int32_t channels);
+const KernelTable<LinearDoubleFn<uint16_t>>& linearDouble16uTable();
 const KernelTable<LinearVertical8uFn>& linearVertical8uTable();
-const KernelTable<LinearVertical16uFn>& linearVertical16uTable();
 
 }  // namespace morva

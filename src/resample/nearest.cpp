@@ -96,13 +96,14 @@ class RowCopy {
 public:
     RowCopy(const ResizeJob& job, NearestRowFn<T> lookup)
         : a_(*job.args), columns_(job.columns), first_(job.columns[0]), lookup_(lookup) {
+        // The even steps where their moves have vector forms (nearest.h).
         const int32_t channels = a_.nChannels;
-        if (a_.nProcessed == channels && channels != 3) shape_ = nearestColumnShape(columns_, a_.width, channels);
+        const bool vectorForms = channels == 1 || (channels == 4 && sizeof(T) == 1);
+        if (a_.nProcessed == channels && vectorForms) shape_ = nearestColumnShape(columns_, a_.width, channels);
         if (shape_.kind == NearestColumnShape::EveryOther)
-            everyOther_ = byDepth<T>(nearestEveryOther8uTable(channels).current(),
-                                     nearestEveryOther16uTable(channels).current());
+            everyOther_ = byDepth<T>(nearestEveryOther8uTable(channels).current(), nearestEveryOther16uTable().current());
         if (shape_.kind == NearestColumnShape::Twice)
-            twice_ = byDepth<T>(nearestTwice8uTable(channels).current(), nearestTwice16uTable(channels).current());
+            twice_ = byDepth<T>(nearestTwice8uTable(channels).current(), nearestTwice16uTable().current());
     }
 
     // The general lookup gathers from the row in small steps, ahead of which
@@ -219,7 +220,6 @@ const KernelTable<NearestEveryOtherFn<uint8_t>>& nearestEveryOther8uTable(int32_
         {"avx512", Isa::Avx512, &nearestEveryOther8uC1Avx512},
 #endif
     };
-    static const KernelTable<NearestEveryOtherFn<uint8_t>> c3{{"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint8_t, 3>}};
     static const KernelTable<NearestEveryOtherFn<uint8_t>> c4{
         {"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint8_t, 4>},
 #if MORVA_X86_64
@@ -228,11 +228,11 @@ const KernelTable<NearestEveryOtherFn<uint8_t>>& nearestEveryOther8uTable(int32_
         {"avx512", Isa::Avx512, &nearestEveryOther8uC4Avx512},
 #endif
     };
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    return channels == 1 ? c1 : c4;
 }
 
-const KernelTable<NearestEveryOtherFn<uint16_t>>& nearestEveryOther16uTable(int32_t channels) {
-    static const KernelTable<NearestEveryOtherFn<uint16_t>> c1{
+const KernelTable<NearestEveryOtherFn<uint16_t>>& nearestEveryOther16uTable() {
+    static const KernelTable<NearestEveryOtherFn<uint16_t>> table{
         {"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint16_t, 1>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &nearestEveryOther16uC1Sse2},
@@ -240,9 +240,7 @@ const KernelTable<NearestEveryOtherFn<uint16_t>>& nearestEveryOther16uTable(int3
         {"avx512", Isa::Avx512, &nearestEveryOther16uC1Avx512},
 #endif
     };
-    static const KernelTable<NearestEveryOtherFn<uint16_t>> c3{{"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint16_t, 3>}};
-    static const KernelTable<NearestEveryOtherFn<uint16_t>> c4{{"scalar", Isa::Scalar, &nearestEveryOtherScalar<uint16_t, 4>}};
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    return table;
 }
 
 const KernelTable<NearestTwiceFn<uint8_t>>& nearestTwice8uTable(int32_t channels) {
@@ -254,7 +252,6 @@ const KernelTable<NearestTwiceFn<uint8_t>>& nearestTwice8uTable(int32_t channels
         {"avx512", Isa::Avx512, &nearestTwice8uC1Avx512},
 #endif
     };
-    static const KernelTable<NearestTwiceFn<uint8_t>> c3{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint8_t, 3>}};
     static const KernelTable<NearestTwiceFn<uint8_t>> c4{
         {"scalar", Isa::Scalar, &nearestTwiceScalar<uint8_t, 4>},
 #if MORVA_X86_64
@@ -263,11 +260,11 @@ const KernelTable<NearestTwiceFn<uint8_t>>& nearestTwice8uTable(int32_t channels
         {"avx512", Isa::Avx512, &nearestTwice8uC4Avx512},
 #endif
     };
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    return channels == 1 ? c1 : c4;
 }
 
-const KernelTable<NearestTwiceFn<uint16_t>>& nearestTwice16uTable(int32_t channels) {
-    static const KernelTable<NearestTwiceFn<uint16_t>> c1{
+const KernelTable<NearestTwiceFn<uint16_t>>& nearestTwice16uTable() {
+    static const KernelTable<NearestTwiceFn<uint16_t>> table{
         {"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 1>},
 #if MORVA_X86_64
         {"sse2", Isa::Sse2, &nearestTwice16uC1Sse2},
@@ -275,9 +272,7 @@ const KernelTable<NearestTwiceFn<uint16_t>>& nearestTwice16uTable(int32_t channe
         {"avx512", Isa::Avx512, &nearestTwice16uC1Avx512},
 #endif
     };
-    static const KernelTable<NearestTwiceFn<uint16_t>> c3{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 3>}};
-    static const KernelTable<NearestTwiceFn<uint16_t>> c4{{"scalar", Isa::Scalar, &nearestTwiceScalar<uint16_t, 4>}};
-    return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+    return table;
 }
 
 const KernelTable<NearestAxisFn>& nearestAxisTable() {

@@ -47,10 +47,13 @@ NearestColumnShape nearestColumnShape(const int32_t* columns, int32_t width, int
 const KernelTable<NearestRowFn<uint8_t>>& nearestRow8uTable(int32_t channels);
 const KernelTable<NearestRowFn<uint16_t>>& nearestRow16uTable(int32_t channels);
 
+// For pixels of 1 or 4 samples of 8 bits and of one of 16 bits, which have
+// vector forms; other pixels keep the general lookup, which moves a pixel
+// as one word.
 const KernelTable<NearestEveryOtherFn<uint8_t>>& nearestEveryOther8uTable(int32_t channels);
-const KernelTable<NearestEveryOtherFn<uint16_t>>& nearestEveryOther16uTable(int32_t channels);
+const KernelTable<NearestEveryOtherFn<uint16_t>>& nearestEveryOther16uTable();
 const KernelTable<NearestTwiceFn<uint8_t>>& nearestTwice8uTable(int32_t channels);
-const KernelTable<NearestTwiceFn<uint16_t>>& nearestTwice16uTable(int32_t channels);
+const KernelTable<NearestTwiceFn<uint16_t>>& nearestTwice16uTable();
 
 // The family of INTER_NN.
 IppStatus resizeNearest(const ResizeJob& job);

@@ -422,12 +422,12 @@ std::pair<RandomRow<T>, RandomRow<T>> twoRows(Rng& rng, int32_t pixels, int32_t 
 
 template <class T>
 const auto& boxTable(int32_t n) {
-    if constexpr (sizeof(T) == 1) return linearBox8uTable(n); else return linearBox16uTable(n);
+    if constexpr (sizeof(T) == 1) return linearBox8uTable(n); else return linearBox16uTable();
 }
 
 template <class T>
 const auto& doubleTable(int32_t n) {
-    if constexpr (sizeof(T) == 1) return linearDouble8uTable(n); else return linearDouble16uTable(n);
+    if constexpr (sizeof(T) == 1) return linearDouble8uTable(n); else return linearDouble16uTable();
 }
 
 template <class T>
@@ -487,7 +487,7 @@ TEST(ResampleForms, DoublingRows) {
 template <class T>
 void checkNearestFastPaths(int32_t n) {
     const auto& everyOther = [n]() -> const auto& {
-        if constexpr (sizeof(T) == 1) return nearestEveryOther8uTable(n); else return nearestEveryOther16uTable(n);
+        if constexpr (sizeof(T) == 1) return nearestEveryOther8uTable(n); else return nearestEveryOther16uTable();
     }();
     checkForms(everyOther, [n](Rng& rng, int32_t width) {
         const RandomRow<T> row(rng, size_t(2 * width - 1) * n);
@@ -496,7 +496,7 @@ void checkNearestFastPaths(int32_t n) {
                          }};
     }, 140, sizeof(T));
     const auto& twice = [n]() -> const auto& {
-        if constexpr (sizeof(T) == 1) return nearestTwice8uTable(n); else return nearestTwice16uTable(n);
+        if constexpr (sizeof(T) == 1) return nearestTwice8uTable(n); else return nearestTwice16uTable();
     }();
     checkForms(twice, [n](Rng& rng, int32_t width) {
         const int32_t phase = rng.uniform(0, 1);
@@ -525,19 +525,19 @@ TEST(ResampleForms, NearestAxis) {
 }
 
 TEST(ResampleForms, NearestFastPaths) {
-    for (int32_t n : kChannels) {
+    for (int32_t n : {1, 4}) {
         SCOPED_TRACE("channels " + std::to_string(n));
         checkNearestFastPaths<uint8_t>(n);
-        checkNearestFastPaths<uint16_t>(n);
     }
+    checkNearestFastPaths<uint16_t>(1);
 }
 
 TEST(ResampleForms, LinearFastPaths) {
-    for (int32_t n : kChannels) {
+    for (int32_t n : {1, 4}) {
         SCOPED_TRACE("channels " + std::to_string(n));
         checkLinearFastPaths<uint8_t>(n);
-        checkLinearFastPaths<uint16_t>(n);
     }
+    checkLinearFastPaths<uint16_t>(1);
     checkForms(linearVertical8uTable(), [](Rng& rng, int32_t count) {
         const auto rows = twoRows<uint8_t>(rng, count, 1);
         const int32_t fraction = int32_t(std::lround(drawFraction(rng) * 16384));
@@ -545,13 +545,6 @@ TEST(ResampleForms, LinearFastPaths) {
                              fn(rows.first.data(), rows.second.data(), out, count, fraction);
                          }};
     }, 140);
-    checkForms(linearVertical16uTable(), [](Rng& rng, int32_t count) {
-        const auto rows = twoRows<uint16_t>(rng, count, 1);
-        const float fraction = drawFraction(rng);
-        return std::pair{std::vector<uint8_t>(size_t(count) * 2), [=](LinearVertical16uFn fn, uint8_t* out) {
-                             fn(rows.first.data(), rows.second.data(), reinterpret_cast<uint16_t*>(out), count, fraction);
-                         }};
-    }, 140, 2);
 }
 
 }  // namespace
