@@ -69,21 +69,14 @@ namespace {
 
 // ---- Tables -----------------------------------------------------------------
 
-// Rim counts: entries whose position is below 0, and at or above length - 1.
-// The mapping grows with the coordinate, so these are a prefix and a suffix.
-struct AxisRim {
-    int32_t low = 0;
-    int32_t high = 0;
-};
-
 // One axis: table entry k * multiplier, and the fraction through store(i, d, k).
 // k is limited to -1 .. length - 1: the rim tells k < 0 and k > length - 2
 // apart only, and the interior's k lies between; the limit keeps far
 // positions from overflowing the 32-bit entry.
 template <class StoreFraction>
-AxisRim buildAxis(int32_t* table, int32_t count, int32_t first, double scale, double offset,
-                  int32_t length, int32_t multiplier, StoreFraction store) {
-    AxisRim rim;
+LinearAxisRim buildAxis(int32_t* table, int32_t count, int32_t first, double scale, double offset,
+                        int32_t length, int32_t multiplier, StoreFraction store) {
+    LinearAxisRim rim;
     for (int32_t i = 0; i < count; ++i) {
         const double d = (double(first + i) + 0.5) * scale - 0.5 + offset;
         const double k = floorOf(d);
@@ -99,6 +92,21 @@ AxisRim buildAxis(int32_t* table, int32_t count, int32_t first, double scale, do
 int16_t fraction8u(double d, double k) {
     return static_cast<int16_t>(clampToInt32((d - k) * 16384.0 + 1e-07, 0, 16384));
 }
+
+}  // namespace
+
+LinearAxisRim linearAxis8uScalar(int32_t* table, int16_t* fractions, bool pairs, int32_t count, int32_t first,
+                                 double scale, double offset, int32_t length, int32_t multiplier) {
+    return buildAxis(table, count, first, scale, offset, length, multiplier, [&](int32_t i, double d, double k) {
+        const int16_t f = fraction8u(d, k);
+        if (pairs)
+            fractions[2 * i] = int16_t(16384 - f), fractions[2 * i + 1] = f;
+        else
+            fractions[i] = f;
+    });
+}
+
+namespace {
 
 template <class T>
 struct LinearTraits;
@@ -154,25 +162,22 @@ private:
         columnFractions_ = alignUp<ColumnFraction>(job_.freeSpace, 32);
         rowFractions_ = alignUp<RowFraction>(columnFractions_ + Traits::kColumnFractions * a_.width, 32);
         const int32_t multiplier = a_.nProcessed == 1 ? 1 : channels_;
-        const AxisRim rows = buildAxis(
-            job_.rows, a_.height, a_.y0, a_.yScale, a_.yOffset, a_.srcHeight, job_.srcStep,
-            [this](int32_t i, double d, double k) {
-                if constexpr (std::is_same_v<T, uint8_t>)
-                    rowFractions_[i] = fraction8u(d, k);
-                else
-                    rowFractions_[i] = float(d - k);
-            });
-        const AxisRim columns = buildAxis(
-            job_.columns, a_.width, a_.x0, a_.xScale, a_.xOffset, a_.srcWidth, multiplier,
-            [this](int32_t j, double d, double k) {
-                if constexpr (std::is_same_v<T, uint8_t>) {
-                    const int16_t f = fraction8u(d, k);
-                    columnFractions_[2 * j] = static_cast<int16_t>(16384 - f);
-                    columnFractions_[2 * j + 1] = f;
-                } else {
-                    columnFractions_[j] = float(d - k);
-                }
-            });
+        LinearAxisRim rows, columns;
+        if constexpr (std::is_same_v<T, uint8_t>) {
+            const LinearAxis8uFn build = linearAxis8uTable().current();
+            rows = build(job_.rows, rowFractions_, false, a_.height, a_.y0, a_.yScale, a_.yOffset, a_.srcHeight,
+                         job_.srcStep);
+            columns = build(job_.columns, columnFractions_, true, a_.width, a_.x0, a_.xScale, a_.xOffset,
+                            a_.srcWidth, multiplier);
+        } else {
+            const auto fraction = [](float* into) {
+                return [into](int32_t i, double d, double k) { into[i] = float(d - k); };
+            };
+            rows = buildAxis(job_.rows, a_.height, a_.y0, a_.yScale, a_.yOffset, a_.srcHeight, job_.srcStep,
+                             fraction(rowFractions_));
+            columns = buildAxis(job_.columns, a_.width, a_.x0, a_.xScale, a_.xOffset, a_.srcWidth, multiplier,
+                                fraction(columnFractions_));
+        }
         top_ = rows.low;
         bottom_ = rows.high;
         left_ = columns.low;
@@ -372,6 +377,16 @@ const KernelTable<LinearRow8uFn>& linearRow8uTable(int32_t channels) {
 #endif
     };
     return channels == 1 ? c1 : (channels == 3 ? c3 : c4);
+}
+
+const KernelTable<LinearAxis8uFn>& linearAxis8uTable() {
+    static const KernelTable<LinearAxis8uFn> table{
+        {"scalar", Isa::Scalar, &linearAxis8uScalar},
+#if MORVA_X86_64
+        {"avx512", Isa::Avx512, &linearAxis8uAvx512},
+#endif
+    };
+    return table;
 }
 
 const KernelTable<LinearBlend8uFn>& linearBlend8uTable() {

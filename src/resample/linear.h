@@ -30,6 +30,24 @@ using LinearBlend8uFn = LinearBlend8u*;
 using LinearRow16uFn = LinearRow16u*;
 using LinearBlend16uFn = LinearBlend16u*;
 
+// Rim counts of one axis: entries whose position is below 0, and at or
+// above length - 1. Positions grow with the coordinate, so these are a
+// prefix and a suffix.
+struct LinearAxisRim {
+    int32_t low = 0;
+    int32_t high = 0;
+};
+
+// One axis of the 8u tables, for target pixels first .. first + count - 1:
+// d = (x + 0.5) * scale - 0.5 + offset in float64, k = floor(d); entry i
+// is k * multiplier, k limited to -1 .. length - 1; the Q14 fraction
+// f = trunc((d - k) * 16384 + 1e-7) goes in as the pair (16384 - f, f) where
+// `pairs`, else alone.
+using LinearAxis8u = LinearAxisRim(int32_t* table, int16_t* fractions, bool pairs, int32_t count, int32_t first,
+                                   double scale, double offset, int32_t length, int32_t multiplier);
+using LinearAxis8uFn = LinearAxis8u*;
+const KernelTable<LinearAxis8uFn>& linearAxis8uTable();
+
 // Row kernels for 1, 3 or 4 samples per pixel; blends don't know channels.
 const KernelTable<LinearRow8uFn>& linearRow8uTable(int32_t channels);
 const KernelTable<LinearBlend8uFn>& linearBlend8uTable();

@@ -18,6 +18,7 @@ void linearRow8uScalar(const uint8_t* p, int32_t srcWidth, const int32_t* column
 template <int Channels>
 void linearRow16uScalar(const uint16_t* p, int32_t srcWidth, const int32_t* columns, const float* fractions,
                         float* out, int32_t width);
+LinearAxis8u linearAxis8uScalar;
 LinearBlend8u linearBlend8uScalar;
 LinearBlend16u linearBlend16uScalar;
 
@@ -25,6 +26,7 @@ LinearBlend16u linearBlend16uScalar;
 LinearRow8u linearRow8uC1Sse2, linearRow8uC3Sse2, linearRow8uC4Sse2;
 LinearRow8u linearRow8uC3Avx2, linearRow8uC4Avx2;
 LinearRow8u linearRow8uC1Avx512, linearRow8uC4Avx512;
+LinearAxis8u linearAxis8uAvx512;
 LinearRow16u linearRow16uC1Sse2, linearRow16uC3Sse2, linearRow16uC4Sse2;
 LinearBlend8u linearBlend8uSse2, linearBlend8uAvx2;
 LinearBlend16u linearBlend16uSse2, linearBlend16uAvx2;

@@ -3,6 +3,7 @@
 // reach rounding ties and saturation.
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <type_traits>
@@ -520,6 +521,26 @@ TEST(ResampleForms, NearestAxis) {
         const double offset = offsets[rng.uniform(0, 3)];
         return std::pair{std::vector<uint8_t>(size_t(count) * 4), [=](NearestAxisFn fn, uint8_t* out) {
                              fn(reinterpret_cast<int32_t*>(out), count, first, scale, offset, length, multiplier);
+                         }};
+    }, 140, 4);
+}
+
+// The linear 8u tables of the same kinds of axes, with fractions alone or
+// in pairs; the entries, the fractions and the rim counts must agree.
+TEST(ResampleForms, LinearAxis) {
+    checkForms(linearAxis8uTable(), [](Rng& rng, int32_t count) {
+        const int32_t first = rng.uniform(0, 5000), length = rng.uniform(1, 4000);
+        const int32_t multiplier = rng.uniform(0, 1) ? rng.uniform(1, 4) : rng.uniform(-8000, 8000);
+        const double factors[] = {0.25, 0.5, 1.0, 2.0, 3.0};
+        const double scale = rng.uniform(0, 1) ? 1.0 / factors[rng.uniform(0, 4)] : rng.real(0.01, 10.0);
+        const double offsets[] = {-first * scale, -first * scale + rng.real(-5.0, 5.0), rng.real(-1e12, 1e12), kNaN};
+        const double offset = offsets[rng.uniform(0, 3)];
+        const bool pairs = rng.uniform(0, 1);
+        return std::pair{std::vector<uint8_t>(size_t(count) * 8 + 8), [=](LinearAxis8uFn fn, uint8_t* out) {
+                             int32_t* table = reinterpret_cast<int32_t*>(out);
+                             const LinearAxisRim rim = fn(table, reinterpret_cast<int16_t*>(table + count), pairs,
+                                                          count, first, scale, offset, length, multiplier);
+                             std::memcpy(out + size_t(count) * 8, &rim, sizeof rim);
                          }};
     }, 140, 4);
 }

@@ -89,5 +89,46 @@ void linearRow8uC4Avx512(const uint8_t* p, int32_t srcWidth, const int32_t* colu
     linearRow8uC4Avx2(p, srcWidth, columns + j, weights + 2 * j, out + 4 * j, width - j);
 }
 
+// Eight entries a vector, each lane the scalar definition's float64
+// operations in their order; the last count % 8 by the scalar definition.
+LinearAxisRim linearAxis8uAvx512(int32_t* table, int16_t* fractions, bool pairs, int32_t count, int32_t first,
+                                 double scale, double offset, int32_t length, int32_t multiplier) {
+    const __m512d s = _mm512_set1_pd(scale), o = _mm512_set1_pd(offset), half = _mm512_set1_pd(0.5);
+    const __m512d top = _mm512_set1_pd(double(length - 1));
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    // clampToInt32(v, lo, hi): below lo or NaN gives lo.
+    const auto clamp = [](__m512d v, int32_t lo, int32_t hi) {
+        const __m256i within = _mm256_mask_mov_epi32(_mm256_set1_epi32(lo),
+                                                     _mm512_cmp_pd_mask(v, _mm512_set1_pd(lo), _CMP_GE_OQ),
+                                                     _mm512_cvttpd_epi32(v));
+        return _mm256_mask_mov_epi32(within, _mm512_cmp_pd_mask(v, _mm512_set1_pd(hi), _CMP_GE_OQ),
+                                     _mm256_set1_epi32(hi));
+    };
+    LinearAxisRim rim;
+    int32_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        const __m512d x = _mm512_cvtepi32_pd(_mm256_add_epi32(_mm256_set1_epi32(first + i), lanes));
+        const __m512d d = _mm512_add_pd(_mm512_sub_pd(_mm512_mul_pd(_mm512_add_pd(x, half), s), half), o);
+        const __m512d k = _mm512_roundscale_pd(d, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(table + i),
+                            _mm256_mullo_epi32(clamp(k, -1, length - 1), _mm256_set1_epi32(multiplier)));
+        const __m512d q14 = _mm512_add_pd(_mm512_mul_pd(_mm512_sub_pd(d, k), _mm512_set1_pd(16384.0)),
+                                          _mm512_set1_pd(1e-07));
+        const __m256i f = clamp(q14, 0, 16384);
+        if (pairs)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(fractions + 2 * i),
+                                _mm256_or_si256(_mm256_slli_epi32(f, 16), _mm256_sub_epi32(_mm256_set1_epi32(16384), f)));
+        else
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(fractions + i), _mm256_cvtepi32_epi16(f));
+        rim.low += __builtin_popcount(_mm512_cmp_pd_mask(d, _mm512_setzero_pd(), _CMP_LT_OQ));
+        rim.high += __builtin_popcount(_mm512_cmp_pd_mask(d, top, _CMP_GE_OQ));
+    }
+    const LinearAxisRim rest = linearAxis8uScalar(table + i, fractions + (pairs ? 2 * i : i), pairs, count - i,
+                                                  first + i, scale, offset, length, multiplier);
+    rim.low += rest.low;
+    rim.high += rest.high;
+    return rim;
+}
+
 }  // namespace morva
 #endif
