@@ -508,38 +508,47 @@ void checkNearestFastPaths(int32_t n) {
     }, 140, sizeof(T));
 }
 
-// Index tables of factors where positions fall on ties and of any factor,
-// starting in the source or far outside it (where entries are limited), of
-// steps of either sign.
+// One axis of a resize's tables: factors where positions fall on ties and
+// any factor, starting in the source or far outside it (where entries are
+// limited), steps of either sign.
+struct AxisCase {
+    int32_t first, length, multiplier;
+    double scale, offset;
+
+    static AxisCase draw(Rng& rng) {
+        AxisCase a;
+        a.first = rng.uniform(0, 5000);
+        a.length = rng.uniform(1, 4000);
+        a.multiplier = rng.uniform(0, 1) ? rng.uniform(1, 4) : rng.uniform(-8000, 8000);
+        const double factors[] = {0.25, 0.5, 1.0, 2.0, 3.0};
+        a.scale = rng.uniform(0, 1) ? 1.0 / factors[rng.uniform(0, 4)] : rng.real(0.01, 10.0);
+        const double offsets[] = {-a.first * a.scale, -a.first * a.scale + rng.real(-5.0, 5.0),
+                                  rng.real(-1e12, 1e12), kNaN};
+        a.offset = offsets[rng.uniform(0, 3)];
+        return a;
+    }
+};
+
 TEST(ResampleForms, NearestAxis) {
     checkForms(nearestAxisTable(), [](Rng& rng, int32_t count) {
-        const int32_t first = rng.uniform(0, 5000), length = rng.uniform(1, 4000);
-        const int32_t multiplier = rng.uniform(0, 1) ? rng.uniform(1, 4) : rng.uniform(-8000, 8000);
-        const double factors[] = {0.25, 0.5, 1.0, 2.0, 3.0};
-        const double scale = rng.uniform(0, 1) ? 1.0 / factors[rng.uniform(0, 4)] : rng.real(0.01, 10.0);
-        const double offsets[] = {-first * scale, -first * scale + rng.real(-5.0, 5.0), rng.real(-1e12, 1e12), kNaN};
-        const double offset = offsets[rng.uniform(0, 3)];
+        const AxisCase a = AxisCase::draw(rng);
         return std::pair{std::vector<uint8_t>(size_t(count) * 4), [=](NearestAxisFn fn, uint8_t* out) {
-                             fn(reinterpret_cast<int32_t*>(out), count, first, scale, offset, length, multiplier);
+                             fn(reinterpret_cast<int32_t*>(out), count, a.first, a.scale, a.offset, a.length,
+                                a.multiplier);
                          }};
     }, 140, 4);
 }
 
-// The linear 8u tables of the same kinds of axes, with fractions alone or
-// in pairs; the entries, the fractions and the rim counts must agree.
+// The linear 8u tables, with fractions alone or in pairs; the entries, the
+// fractions and the rim counts must agree.
 TEST(ResampleForms, LinearAxis) {
     checkForms(linearAxis8uTable(), [](Rng& rng, int32_t count) {
-        const int32_t first = rng.uniform(0, 5000), length = rng.uniform(1, 4000);
-        const int32_t multiplier = rng.uniform(0, 1) ? rng.uniform(1, 4) : rng.uniform(-8000, 8000);
-        const double factors[] = {0.25, 0.5, 1.0, 2.0, 3.0};
-        const double scale = rng.uniform(0, 1) ? 1.0 / factors[rng.uniform(0, 4)] : rng.real(0.01, 10.0);
-        const double offsets[] = {-first * scale, -first * scale + rng.real(-5.0, 5.0), rng.real(-1e12, 1e12), kNaN};
-        const double offset = offsets[rng.uniform(0, 3)];
+        const AxisCase a = AxisCase::draw(rng);
         const bool pairs = rng.uniform(0, 1);
         return std::pair{std::vector<uint8_t>(size_t(count) * 8 + 8), [=](LinearAxis8uFn fn, uint8_t* out) {
                              int32_t* table = reinterpret_cast<int32_t*>(out);
                              const LinearAxisRim rim = fn(table, reinterpret_cast<int16_t*>(table + count), pairs,
-                                                          count, first, scale, offset, length, multiplier);
+                                                          count, a.first, a.scale, a.offset, a.length, a.multiplier);
                              std::memcpy(out + size_t(count) * 8, &rim, sizeof rim);
                          }};
     }, 140, 4);

@@ -1,8 +1,5 @@
 // The linear fast paths written once against the lanes of u16_lanes.h and
-// u32_lanes.h. Each
-// block of target samples is a pure function of the source, so the last
-// block of a row is done again ending at the row's end, overlapping the one
-// before, instead of by a scalar tail; rows shorter than a block take the
+// u32_lanes.h, block by block (blocks.h); rows shorter than a block take the
 // scalar definition.
 #pragma once
 
@@ -10,20 +7,13 @@
 
 #include "resample/linear_fast_paths_forms.h"
 #include "resample/prefetch.h"
+#include "resample/x86/blocks.h"
 #include "resample/x86/u16_lanes.h"
 #include "resample/x86/u32_lanes.h"
 
 #if MORVA_X86_64
 namespace morva {
 namespace {
-
-// block(i) for i = 0, n, 2n, ... and once more at count - n; count >= n.
-template <class Block>
-void blocksOver(int32_t count, int32_t n, Block block) {
-    int32_t i = 0;
-    for (; i + n <= count; i += n) block(i);
-    if (i < count) block(count - n);
-}
 
 // Pixels of Channels samples, T of 8 or 16 bits, in the lanes L of
 // u16_lanes.h or u32_lanes.h.

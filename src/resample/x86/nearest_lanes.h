@@ -6,23 +6,16 @@
 //   twice<E>(src, dst)     twice kTwiceBytes bytes of dst from kTwiceBytes of
 //                          src: each pixel of E bytes two times
 //
-// Blocks are pure functions of the source, so a row's last block is done
-// again ending at the row's end instead of by a scalar tail. Internal
-// linkage: each instruction set's file keeps its own copy.
+// Rows are walked block by block (blocks.h). Internal linkage: each
+// instruction set's file keeps its own copy.
 #pragma once
 
 #include "resample/nearest_forms.h"
+#include "resample/x86/blocks.h"
 
 #if MORVA_X86_64
 namespace morva {
 namespace {
-
-template <class Block>
-void nearestBlocks(int32_t count, int32_t n, Block block) {
-    int32_t i = 0;
-    for (; i + n <= count; i += n) block(i);
-    if (i < count) block(count - n);
-}
 
 template <class Moves, class T, int Channels>
 void everyOther(const T* src, T* dst, int32_t width) {
@@ -33,7 +26,7 @@ void everyOther(const T* src, T* dst, int32_t width) {
     if (width <= n) return nearestEveryOtherScalar<T, Channels>(src, dst, width);
     const auto* s = reinterpret_cast<const uint8_t*>(src);
     auto* d = reinterpret_cast<uint8_t*>(dst);
-    nearestBlocks(width - 1, n, [&](int32_t j) { Moves::template keepEven<kPixel>(s + 2 * j * kPixel, d + j * kPixel); });
+    blocksOver(width - 1, n, [&](int32_t j) { Moves::template keepEven<kPixel>(s + 2 * j * kPixel, d + j * kPixel); });
     nearestEveryOtherScalar<T, Channels>(src + 2 * (width - 1) * Channels, dst + (width - 1) * Channels, 1);
 }
 
@@ -52,7 +45,7 @@ void twice(const T* src, T* dst, int32_t width, int32_t phase) {
     if (pairs < n) return nearestTwiceScalar<T, Channels>(src, dst, width, 0);
     const auto* s = reinterpret_cast<const uint8_t*>(src);
     auto* d = reinterpret_cast<uint8_t*>(dst);
-    nearestBlocks(pairs, n, [&](int32_t m) { Moves::template twice<kPixel>(s + m * kPixel, d + 2 * m * kPixel); });
+    blocksOver(pairs, n, [&](int32_t m) { Moves::template twice<kPixel>(s + m * kPixel, d + 2 * m * kPixel); });
     if (width % 2) nearestTwiceScalar<T, Channels>(src + pairs * Channels, dst + 2 * pairs * Channels, 1, 0);
 }
 

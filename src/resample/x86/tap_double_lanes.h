@@ -10,6 +10,8 @@
 
 #include <utility>
 
+#include "resample/cubic_forms.h"
+#include "resample/lanczos_forms.h"
 #include "resample/tap_filter.h"
 #include "resample/x86/f32_lanes.h"
 
@@ -87,5 +89,23 @@ void lanczosDoublingRow(const T* p, const int32_t* c, const float* k, float* out
 }
 
 }  // namespace
+
+// The forms of one instruction set, named by its suffix, from its float
+// lanes, finishing with the general forms of that set.
+#define MORVA_TAP_DOUBLE_FORMS(Suffix, Floats, Cubic8u, Lanczos8u)                                           \
+    void cubicDoubleRow8u##Suffix(const uint8_t* p, const int32_t* c, const float* k, float* o, int32_t w) {  \
+        cubicDoublingRow<Floats>(p, c, k, o, w, &Cubic8u);                                                    \
+    }                                                                                                         \
+    void cubicDoubleRow16u##Suffix(const uint16_t* p, const int32_t* c, const float* k, float* o, int32_t w) { \
+        cubicDoublingRow<Floats>(p, c, k, o, w, &cubicRow16uC1Sse2);                                          \
+    }                                                                                                         \
+    void lanczosDoubleRow8u##Suffix(const uint8_t* p, const int32_t* c, const float* k, float* o, int32_t w) { \
+        lanczosDoublingRow<Floats>(p, c, k, o, w, &Lanczos8u);                                                \
+    }                                                                                                         \
+    void lanczosDoubleRow16u##Suffix(const uint16_t* p, const int32_t* c, const float* k, float* o,           \
+                                     int32_t w) {                                                             \
+        lanczosDoublingRow<Floats>(p, c, k, o, w, &lanczosRow16uC1Sse2);                                      \
+    }
+
 }  // namespace morva
 #endif
