@@ -12,70 +12,47 @@ namespace {
 
 constexpr int32_t kMaxRows = 32;  // the rows one call of the kernel sums
 
-// One axis's weights: the finest fraction, the heaviest entry, the most
-// weighed slots in an entry. False where a weight is negative or finer than
-// 2^-8 (or not a number).
-struct AxisWeights {
-    int bits = 0;
-    double heaviest = 0.0;
-    int64_t mostSlots = 0;
-
-    bool read(const float* weights, int64_t entries, int64_t taps) {
-        for (int64_t e = 0; e < entries; ++e) {
-            double sum = 0.0;
-            int64_t slots = 0;
-            for (int64_t j = 0; j < taps; ++j) {
-                const float w = weights[e * taps + j];
-                if (w == 0.0f) continue;
-                const int b = wholeNumberBits(w);
-                if (!(w > 0.0f) || b < 0) return false;
-                bits = std::max(bits, b);
-                sum += w;
-                ++slots;
-            }
-            heaviest = std::max(heaviest, sum);
-            mostSlots = std::max(mostSlots, slots);
-        }
-        return true;
+// One axis's weights entry by entry; those of 0 are left out.
+WholeNumberParts readWeights(const float* weights, int64_t entries, int64_t taps) {
+    WholeNumberParts parts;
+    for (int64_t e = 0; e < entries && parts.exact(); ++e) {
+        for (int64_t j = 0; j < taps; ++j)
+            if (weights[e * taps + j] != 0.0f) parts.add(weights[e * taps + j]);
+        parts.endBox();
     }
-
-    // The heaviest entry in whole weights.
-    double wholeHeaviest() const { return heaviest * double(1 << bits); }
-};
+    return parts;
+}
 
 }  // namespace
 
 bool antialiasExact(const ResizeArgs& a, const AntialiasTables& t) {
     if (a.depth != 0 || superBoxTable().current() == superBoxTable().scalar()) return false;
-    AxisWeights across, down;
-    if (!across.read(t.columnWeights, a.width, t.columnTaps) || !down.read(t.rowWeights, a.height, t.rowTaps))
-        return false;
-    const int k = across.bits + down.bits;
-    if (k < 1 || k > 16 || down.mostSlots > kMaxRows || across.mostSlots > kSuperBoxLanes ||
-        255.0 * down.wholeHeaviest() * across.wholeHeaviest() + double(1 << (k - 1)) > 65535.0)
+    const WholeNumberParts across = readWeights(t.columnWeights, a.width, t.columnTaps);
+    const WholeNumberParts down = readWeights(t.rowWeights, a.height, t.rowTaps);
+    const int k = across.bits() + down.bits();
+    if (!across.exact() || !down.exact() || k < 1 || k > 16 || down.most() > kMaxRows ||
+        across.most() > kSuperBoxLanes || 255 * down.heaviest() * across.heaviest() + (1 << (k - 1)) > 65535)
         return false;
 
     // Per target column its weighed slots: pixels and whole weights.
-    const int32_t taps = int32_t(std::max<int64_t>(across.mostSlots, 1));
-    WorkBlock<int32_t> pixels;
-    WorkBlock<uint16_t> weights;
-    if (!pixels.allocate(int64_t(a.width) * taps) || !weights.allocate(int64_t(a.width) * taps)) return false;
+    const int32_t taps = std::max(across.most(), 1);
+    SuperBoxTaps laneTaps;
+    if (!laneTaps.allocate(a.width * a.nChannels, taps)) return false;
     for (int64_t c = 0; c < a.width; ++c) {
+        int32_t pixels[kSuperBoxLanes] = {};
+        uint16_t weights[kSuperBoxLanes] = {};
         int32_t kept = 0;
         for (int64_t j = 0; j < t.columnTaps; ++j) {
             const float w = t.columnWeights[c * t.columnTaps + j];
             if (w == 0.0f) continue;
-            pixels.get()[c * taps + kept] = t.columnIndices[c * t.columnTaps + j] / t.multiplier;
-            weights.get()[c * taps + kept++] = uint16_t(double(w) * double(1 << across.bits));
+            pixels[kept] = t.columnIndices[c * t.columnTaps + j] / t.multiplier;
+            weights[kept++] = uint16_t(scaled(w, across.bits()));
         }
-        for (; kept < taps; ++kept) {
-            pixels.get()[c * taps + kept] = 0;
-            weights.get()[c * taps + kept] = 0;
-        }
+        laneTaps.spreadColumn(int32_t(c), a.nChannels, pixels, weights);
     }
     SuperBoxLanes lanes;
     SuperBoxColumns columns;
-    if (!lanes.make(a.width, a.nChannels, taps, pixels.get(), weights.get(), columns)) return false;
+    if (!lanes.make(laneTaps, columns)) return false;
     columns.rowSamples = a.srcWidth * a.nChannels;
     columns.round = uint16_t(1 << (k - 1));
     columns.multiplier = uint16_t(1 << (16 - k));  // (S + round) * 2^(16 - k) >> 16 = (S + round) >> k
@@ -91,7 +68,7 @@ bool antialiasExact(const ResizeArgs& a, const AntialiasTables& t) {
             const float w = t.rowWeights[r * t.rowTaps + j];
             if (w == 0.0f) continue;
             rows[n] = a.src + ptrdiff_t(t.rowIndices[r * t.rowTaps + j] / t.multiplier) * a.srcStep;
-            rowWeights[n++] = uint16_t(double(w) * double(1 << down.bits));
+            rowWeights[n++] = uint16_t(scaled(w, down.bits()));
         }
         box(rows, rowWeights, n, columns, dst);
     }

@@ -11,43 +11,11 @@
 namespace morva {
 namespace {
 
-constexpr int kMaxBits = 8;         // parts in 256ths at the finest; the lanes' conversion needs it
+constexpr int kMaxBits = 8;  // parts in 256ths at the finest
 constexpr int32_t kMaxRows = 32;    // source rows a box adds
 constexpr int32_t kWidestSpan = 128;  // sums one block reads at the most
 
-// w * 2^bits, exact for the few bits here.
-double scaled(double w, int bits) { return w * double(1 << bits); }
 
-
-// The parts of one axis's boxes taken together: the finest, the heaviest box
-// and the most parts in a box. Sums of parts with few bits are exact.
-class AxisParts {
-public:
-    void add(double w) {
-        const int bits = wholeNumberBits(w);
-        exact_ = exact_ && bits >= 0;
-        bits_ = std::max(bits_, bits);
-        box_ += w;
-        ++parts_;
-    }
-    void endBox() {
-        heaviest_ = std::max(heaviest_, box_);
-        most_ = std::max(most_, parts_);
-        box_ = 0.0;
-        parts_ = 0;
-    }
-    bool exact() const { return exact_; }
-    int bits() const { return bits_; }
-    int32_t most() const { return most_; }
-    // The heaviest box in whole weights, or a value beyond 16 bits.
-    int64_t heaviest() const { return int64_t(std::min(scaled(heaviest_, bits_), 1e9)); }
-
-private:
-    bool exact_ = true;
-    int bits_ = 0;
-    double box_ = 0.0, heaviest_ = 0.0;
-    int32_t parts_ = 0, most_ = 0;
-};
 
 // The columns of each target column in turn, from the schedule of the
 // fractional form or the runs of the whole form: visit(c, first, parts, n)
@@ -104,10 +72,27 @@ void superBoxScalar(const uint8_t* const* rows, const uint16_t* weights, int32_t
 
 }  // namespace
 
+double scaled(double w, int bits) { return w * double(1 << bits); }
+
 int wholeNumberBits(double w) {
     for (int bits = 0; bits <= kMaxBits; ++bits)
         if (scaled(w, bits) == double(int32_t(scaled(w, bits)))) return bits;
     return -1;
+}
+
+void WholeNumberParts::add(double w) {
+    const int bits = wholeNumberBits(w);
+    exact_ = exact_ && w > 0.0 && bits >= 0;
+    bits_ = std::max(bits_, bits);
+    box_ += w;
+    ++parts_;
+}
+
+void WholeNumberParts::endBox() {
+    heaviest_ = std::max(heaviest_, box_);
+    most_ = std::max(most_, parts_);
+    box_ = 0.0;
+    parts_ = 0;
 }
 
 const KernelTable<SuperBoxFn>& superBoxTable() {
@@ -124,7 +109,7 @@ const KernelTable<SuperBoxFn>& superBoxTable() {
 
 bool SuperBoxPlan::make(const ResizeArgs& a, const SuperOpening& o) {
     if (a.depth != 0 || o.leftExtra != 0 || o.rightExtra != 0) return false;
-    AxisParts down;
+    WholeNumberParts down;
     SuperRowWalk walk(o, a.yScale);
     for (int32_t t = 0; t < a.height && down.exact(); ++t) {
         walk.next([&](int64_t, double w) { down.add(w); });
@@ -134,8 +119,9 @@ bool SuperBoxPlan::make(const ResizeArgs& a, const SuperOpening& o) {
     rowBits_ = down.bits();
     largestRowSum_ = int32_t(255 * down.heaviest());
     columns_.rowSamples = o.columnsRead * a.nChannels;
-    return planColumns(a, o) && planConversion(a.factorProduct) &&
-           lanes_.make(a.width, a.nChannels, columns_.taps, pixels_.get(), weights_.get(), columns_);
+    return planColumns(a, o) &&
+           planWholeConversion(largestRowSum_ * largestColumnSum_, rowBits_ + columnBits_, a.factorProduct, columns_) &&
+           lanes_.make(taps_, columns_);
 }
 
 uint16_t SuperBoxPlan::rowWeight(double w) const { return uint16_t(scaled(w, rowBits_)); }
@@ -148,7 +134,7 @@ bool SuperBoxPlan::planColumns(const ResizeArgs& a, const SuperOpening& o) {
         superColumnSchedule(a.xScale, o.coverX, o.columns, width_, schedule.get());
     }
     const int32_t wholeRun = o.whole ? int32_t(std::min(std::floor(a.xScale), 1e9)) : 0;
-    AxisParts across;
+    WholeNumberParts across;
     const bool sideBySide =
         forEachColumnBox(schedule.get(), wholeRun, width_, kMaxTaps, [&](int32_t, int32_t, const double* parts, int32_t n) {
             for (int32_t k = 0; k < n; ++k) across.add(parts[k]);
@@ -157,29 +143,27 @@ bool SuperBoxPlan::planColumns(const ResizeArgs& a, const SuperOpening& o) {
     if (!sideBySide || !across.exact() || across.heaviest() * largestRowSum_ > 65535) return false;
     columnBits_ = across.bits();
     largestColumnSum_ = int32_t(across.heaviest());
-    columns_.taps = across.most();
     columns_.unitWeights = columnBits_ == 0 && wholeRun > 0;
-    const int32_t taps = columns_.taps;
-    if (!pixels_.allocate(int64_t(width_) * taps) || !weights_.allocate(int64_t(width_) * taps)) return false;
+    const int32_t taps = across.most();
+    if (!taps_.allocate(width_ * a.nChannels, taps)) return false;
     forEachColumnBox(schedule.get(), wholeRun, width_, kMaxTaps, [&](int32_t c, int32_t first, const double* parts, int32_t n) {
+        int32_t pixels[kMaxTaps];
+        uint16_t weights[kMaxTaps];
         for (int32_t k = 0; k < taps; ++k) {
-            pixels_.get()[int64_t(c) * taps + k] = first + k;
-            weights_.get()[int64_t(c) * taps + k] = k < n ? uint16_t(scaled(parts[k], columnBits_)) : 0;
+            pixels[k] = first + k;
+            weights[k] = k < n ? uint16_t(scaled(parts[k], columnBits_)) : 0;
         }
+        taps_.spreadColumn(c, a.nChannels, pixels, weights);
     });
     return true;
 }
 
-// The defined conversion of every sum S that can occur,
-// trunc(S * 2^-(a + b) * factorProduct + 0.5) to its low byte, must equal
-// min((((S + round) * multiplier) >> 16) >> shift, 255) for one of a few
-// candidates around the nominal ones; the shift gives the multiplier all
-// 16 bits.
-bool SuperBoxPlan::planConversion(double factorProduct) {
-    const int32_t largest = largestRowSum_ * largestColumnSum_;
-    const int scaleBits = rowBits_ + columnBits_;
+// The defined conversion of every sum S that can occur must equal the
+// kernel's for one of a few candidates around the nominal ones; the shift
+// gives the multiplier all 16 bits.
+bool planWholeConversion(int32_t largest, int scaleBits, double factorProduct, SuperBoxColumns& columns) {
     WorkBlock<uint8_t> defined;
-    if (!defined.allocate(largest + 1)) return false;
+    if (largest > 65535 || !defined.allocate(largest + 1)) return false;
     const double unit = 1.0 / double(1 << scaleBits);  // what S = 1 stands for, exactly
     for (int32_t s = 0; s <= largest; ++s)
         defined.get()[s] = uint8_t(truncToInt32(double(s) * unit * factorProduct + 0.5));
@@ -194,67 +178,53 @@ bool SuperBoxPlan::planConversion(double factorProduct) {
             int32_t s = 0;
             while (s <= largest && std::min<int64_t>(((s + r) * m) >> (16 + shift), 255) == defined.get()[s]) ++s;
             if (s > largest) {
-                columns_.round = uint16_t(r);
-                columns_.multiplier = uint16_t(m);
-                columns_.shift = uint16_t(shift);
+                columns.round = uint16_t(r);
+                columns.multiplier = uint16_t(m);
+                columns.shift = uint16_t(shift);
                 return true;
             }
         }
     return false;
 }
 
-// Lane l of block b is target sample k = 32b + l (16b + l for blocks of
-// 16), sample k % n of column k / n; its tap t reads that sample of the
-// tap's pixel. The block's base is the lowest sum a weighed tap reads; lanes
-// behind the row and taps of weight 0 read the base.
-bool SuperBoxLanes::make(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels,
-                         const uint16_t* weights, SuperBoxColumns& columns) {
+// Lane l of block b is target sample 32b + l (16b + l for blocks of 16).
+// The block's base is the lowest sum a weighed tap reads; lanes behind the
+// row and taps of weight 0 read the base.
+bool SuperBoxLanes::make(const SuperBoxTaps& taps, SuperBoxColumns& columns) {
     columns.blockLanes = kSuperBoxLanes;
-    if (tryBlocks(width, channels, taps, pixels, weights, columns)) return true;
+    if (tryBlocks(taps, columns)) return true;
     columns.blockLanes = kSuperBoxLanes / 2;
-    return tryBlocks(width, channels, taps, pixels, weights, columns);
+    return tryBlocks(taps, columns);
 }
 
-bool SuperBoxLanes::tryBlocks(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels,
-                              const uint16_t* weights, SuperBoxColumns& columns) {
-    const int32_t count = width * channels, perBlock = columns.blockLanes;
+bool SuperBoxLanes::tryBlocks(const SuperBoxTaps& t, SuperBoxColumns& columns) {
+    const int32_t count = t.count, taps = t.taps, perBlock = columns.blockLanes;
     const int32_t blocks = (count + perBlock - 1) / perBlock;
     const int64_t laneElements = int64_t(taps) * 2 * kSuperBoxLanes;
-    if (taps > kSuperBoxLanes || !bases_.allocate(blocks) || !lanes_.allocate(blocks * laneElements)) return false;
+    if (taps > kSuperBoxLanes || blocks < 1 || !bases_.allocate(blocks) || !lanes_.allocate(blocks * laneElements))
+        return false;
+    const auto weighed = [&](int64_t k, int32_t tap) { return k < count && t.weights.get()[k * taps + tap] != 0; };
     int32_t span = 1;
     bool shared = true;
-    int32_t column = 0, sampleOfPixel = 0;  // of lane 0 of the block
     for (int32_t b = 0; b < blocks; ++b) {
-        // Per lane its column, and per tap the sum read, or -1 for a weight of 0.
-        int32_t laneColumn[kSuperBoxLanes], sample[kSuperBoxLanes][kSuperBoxLanes];
+        const int64_t first = int64_t(b) * perBlock;
         int32_t base = INT32_MAX;
-        for (int32_t l = 0; l < perBlock; ++l) {
-            const int32_t k = b * perBlock + l, c = column;
-            laneColumn[l] = c;
-            for (int32_t t = 0; t < taps; ++t) {
-                const bool weighed = k < count && weights[int64_t(c) * taps + t] != 0;
-                sample[l][t] = weighed ? pixels[int64_t(c) * taps + t] * channels + sampleOfPixel : -1;
-                if (weighed) base = std::min(base, sample[l][t]);
-            }
-            if (++sampleOfPixel == channels) {
-                sampleOfPixel = 0;
-                ++column;
-            }
-        }
+        for (int64_t k = first; k < first + perBlock; ++k)
+            for (int32_t tap = 0; tap < taps; ++tap)
+                if (weighed(k, tap)) base = std::min(base, t.samples.get()[k * taps + tap]);
         if (base == INT32_MAX) base = 0;
         uint16_t* lanes = lanes_.get() + b * laneElements;
         std::fill(lanes, lanes + laneElements, uint16_t(0));
-        for (int32_t l = 0; l < perBlock; ++l) {
-            const int64_t c = laneColumn[l];
-            for (int32_t t = 0; t < taps; ++t) {
-                if (sample[l][t] < 0) continue;
-                const int32_t offset = sample[l][t] - base;
+        for (int32_t l = 0; l < perBlock; ++l)
+            for (int32_t tap = 0; tap < taps; ++tap) {
+                if (!weighed(first + l, tap)) continue;
+                const int64_t at = (first + l) * taps + tap;
+                const int32_t offset = t.samples.get()[at] - base;
                 if (offset >= kWidestSpan) return false;
                 span = std::max(span, offset + 1);
-                lanes[t * 2 * kSuperBoxLanes + l] = uint16_t(offset);
-                lanes[t * 2 * kSuperBoxLanes + kSuperBoxLanes + l] = weights[c * taps + t];
+                lanes[tap * 2 * kSuperBoxLanes + l] = uint16_t(offset);
+                lanes[tap * 2 * kSuperBoxLanes + kSuperBoxLanes + l] = t.weights.get()[at];
             }
-        }
         bases_.get()[b] = base;
         shared = shared && std::equal(lanes, lanes + laneElements, lanes_.get());
     }

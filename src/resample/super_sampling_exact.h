@@ -13,6 +13,7 @@
 // forms' bytes.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "kernels/dispatch.h"
@@ -51,25 +52,74 @@ using SuperBox = void(const uint8_t* const* rows, const uint16_t* weights, int32
 using SuperBoxFn = SuperBox*;
 const KernelTable<SuperBoxFn>& superBoxTable();
 
-// The lanes of a row's blocks, from the taps of each target column: its
-// source pixels and their whole weights (0 for a tap it hasn't), `taps` of
-// them per column. False where a block would read beyond kSuperBoxLanes * 4
-// sums, or a table can't be allocated.
+// Per target sample ("lane") of a row, the source samples of its taps and
+// their whole weights (0 for a tap it hasn't), `taps` of each.
+struct SuperBoxTaps {
+    int32_t count = 0;
+    int32_t taps = 0;
+    WorkBlock<int32_t> samples;
+    WorkBlock<uint16_t> weights;
+
+    bool allocate(int32_t lanes, int32_t tapsEach) {
+        count = lanes;
+        taps = tapsEach;
+        return samples.allocate(int64_t(lanes) * taps) && weights.allocate(int64_t(lanes) * taps);
+    }
+    // Target sample s of column c takes sample s of the tap's source pixel.
+    void spreadColumn(int32_t c, int32_t channels, const int32_t* pixels, const uint16_t* tapWeights) {
+        for (int32_t s = 0; s < channels; ++s)
+            for (int32_t t = 0; t < taps; ++t) {
+                const int64_t at = (int64_t(c) * channels + s) * taps + t;
+                samples.get()[at] = pixels[t] * channels + s;
+                weights.get()[at] = tapWeights[t];
+            }
+    }
+};
+
+// The lanes of a row's blocks from the taps. False where a block would read
+// beyond kSuperBoxLanes * 4 sums, or a table can't be allocated. Blocks of 32
+// target samples where they read no further, else of 16.
 class SuperBoxLanes {
 public:
-    bool make(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels, const uint16_t* weights,
-              SuperBoxColumns& columns);
+    bool make(const SuperBoxTaps& taps, SuperBoxColumns& columns);
 
 private:
-    bool tryBlocks(int32_t width, int32_t channels, int32_t taps, const int32_t* pixels, const uint16_t* weights,
-                   SuperBoxColumns& columns);
+    bool tryBlocks(const SuperBoxTaps& taps, SuperBoxColumns& columns);
 
     WorkBlock<int32_t> bases_;
     WorkBlock<uint16_t> lanes_;
 };
 
+// The defined conversion trunc(S * 2^-scaleBits * factorProduct + 0.5), its
+// low byte, as the kernel's (S + round) * multiplier >> 16 >> shift, checked
+// for every S up to `largest`; false where none of the candidates gives it.
+bool planWholeConversion(int32_t largest, int scaleBits, double factorProduct, SuperBoxColumns& columns);
+
 // The bits below the point of a part of a box, or -1 beyond 8.
 int wholeNumberBits(double w);
+// w * 2^bits, exact for parts of few bits.
+double scaled(double w, int bits);
+
+// The parts of one axis's boxes (or filter entries) taken together: the
+// finest, the heaviest box and the most parts in one. Not exact where a part
+// isn't a positive whole number of 2^-8 or coarser; sums of such parts are
+// exact in float64.
+class WholeNumberParts {
+public:
+    void add(double w);
+    void endBox();
+    bool exact() const { return exact_; }
+    int bits() const { return bits_; }
+    int32_t most() const { return most_; }
+    // The heaviest box in whole weights, or a value beyond 16 bits.
+    int64_t heaviest() const { return int64_t(std::min(scaled(heaviest_, bits_), 1e6)); }
+
+private:
+    bool exact_ = true;
+    int bits_ = 0;
+    double box_ = 0.0, heaviest_ = 0.0;
+    int32_t parts_ = 0, most_ = 0;
+};
 
 // The whole numbers of one call: the weights of rows and columns, the lanes
 // across and the conversion.
@@ -85,18 +135,14 @@ public:
 
 private:
     bool planColumns(const ResizeArgs& args, const SuperOpening& opening);
-    bool planConversion(double factorProduct);
 
     int rowBits_ = 0;
     int columnBits_ = 0;
     int32_t largestRowSum_ = 0;
     int32_t largestColumnSum_ = 0;
     int32_t width_ = 0;
-    // Per target column the source pixels of its taps and their whole
-    // weights, `taps` (up to kMaxTaps) of each.
-    static constexpr int32_t kMaxTaps = 8;
-    WorkBlock<int32_t> pixels_;
-    WorkBlock<uint16_t> weights_;
+    static constexpr int32_t kMaxTaps = 8;  // columns a box covers
+    SuperBoxTaps taps_;
     SuperBoxLanes lanes_;
     SuperBoxColumns columns_;
 };

@@ -13,6 +13,7 @@
 #include "kernels/dispatch.h"
 #include "kernels/status.h"
 #include "kernels/types.h"
+#include "resample/super_sampling_exact.h"
 
 namespace morva {
 
@@ -170,6 +171,9 @@ struct Yuv422Passes {
     Yuv422CubicBlend* cubicBlend;
     Yuv422SumRow* sumRow;
     Yuv422WeighRow* weighRow;
+    // Super-sampling in whole numbers where the boxes allow it; null where
+    // only the scalar form exists, which is slower than the passes above.
+    SuperBox* wholeBox;
 };
 
 // The passes of a processor slot; the entry point takes the current one.

@@ -141,10 +141,14 @@ const KernelTable<Yuv422WeighRow*>& yuv422WeighRowTable() {
     return table;
 }
 
+// The whole-number box where a vector form of it runs.
+SuperBox* vectorOnly(SuperBoxFn form) { return form == superBoxTable().scalar() ? nullptr : form; }
+
 Yuv422Passes yuv422PassesForSlot(int slot) {
     return {yuv422LinearRowTable().slot(slot), yuv422LinearBlendTable().slot(slot),
             yuv422CubicRowTable().slot(slot),  yuv422CubicBlendTable().slot(slot),
-            yuv422SumRowTable().slot(slot),    yuv422WeighRowTable().slot(slot)};
+            yuv422SumRowTable().slot(slot),    yuv422WeighRowTable().slot(slot),
+            vectorOnly(superBoxTable().slot(slot))};
 }
 
 Yuv422Passes yuv422PassesUpTo(Isa level) {
@@ -153,7 +157,8 @@ Yuv422Passes yuv422PassesUpTo(Isa level) {
             bestFormUpTo(yuv422CubicRowTable(), level),
             bestFormUpTo(yuv422CubicBlendTable(), level),
             bestFormUpTo(yuv422SumRowTable(), level),
-            bestFormUpTo(yuv422WeighRowTable(), level)};
+            bestFormUpTo(yuv422WeighRowTable(), level),
+            vectorOnly(bestFormUpTo(superBoxTable(), level))};
 }
 
 }  // namespace morva

@@ -13,6 +13,7 @@
 #include <cmath>
 
 #include "kernels/memory.h"
+#include "resample/super_sampling_exact.h"
 #include "resample/yuv422_kernels.h"
 #include "resample/work_block.h"
 
@@ -157,6 +158,76 @@ void writeRow(const Acc* acc, const AcrossTable& luma, const AcrossTable& chroma
     }
 }
 
+// The box in whole numbers, as super-sampling has it for a plane: where
+// every part of every box is a positive whole number of 2^-8 or coarser and
+// no sum can pass 2^16, the float32 sums never round, and the target rows
+// are that kernel's whole-number rows straight from the source rows, a
+// macro-pixel's four bytes four lanes with taps of their own. False, with
+// nothing written, where the parts don't allow it, the passes have no form
+// of those rows, or a table can't be had.
+bool superInWholeNumbers(const Yuv422Geometry& g, int32_t sourceMacroPixels, double sy, double factorProduct,
+                         const AcrossTable& luma, const AcrossTable& chroma, SuperBox* box) {
+    constexpr int32_t kMaxRows = 32;
+    if (box == nullptr) return false;
+    WholeNumberParts down, across;
+    BoxWalk rowWalk(sy);
+    for (int32_t i = 0; i < g.rows && down.exact(); ++i) {
+        forEachInBox(rowWalk.next(), g.rowsLeft, [&](int64_t, double w) { down.add(w); });
+        down.endBox();
+    }
+    const auto readBoxes = [&](const AcrossTable& t, int64_t boxes) {
+        for (int64_t b = 0; b < boxes; ++b) {
+            for (int32_t e = t.first[b]; e < t.first[b + 1]; ++e) across.add(t.list[e].weight);
+            across.endBox();
+        }
+    };
+    readBoxes(luma, 2 * int64_t(g.macroPixels));
+    readBoxes(chroma, g.macroPixels);
+    const int32_t taps = across.most();
+    if (!down.exact() || !across.exact() || down.most() > kMaxRows || taps > kSuperBoxLanes || taps < 1 ||
+        255 * down.heaviest() * across.heaviest() > 65535)
+        return false;
+
+    // Lanes Y0, U, Y1, V of each target macro-pixel: the accumulators of a
+    // row are its bytes, so a contribution's accumulator is its sample.
+    SuperBoxTaps laneTaps;
+    if (!laneTaps.allocate(4 * g.macroPixels, taps)) return false;
+    const auto spread = [&](int64_t lane, const AcrossTable& t, int64_t box, int32_t byte) {
+        for (int32_t tap = 0; tap < taps; ++tap) {
+            const int32_t e = t.first[box] + tap;
+            const bool part = e < t.first[box + 1];
+            laneTaps.samples.get()[lane * taps + tap] = part ? t.list[e].accumulator + byte : 0;
+            laneTaps.weights.get()[lane * taps + tap] = part ? uint16_t(scaled(t.list[e].weight, across.bits())) : 0;
+        }
+    };
+    for (int64_t p = 0; p < g.macroPixels; ++p) {
+        spread(4 * p, luma, 2 * p, 0);
+        spread(4 * p + 1, chroma, p, 1);
+        spread(4 * p + 2, luma, 2 * p + 1, 0);
+        spread(4 * p + 3, chroma, p, 3);
+    }
+    SuperBoxLanes lanes;
+    SuperBoxColumns columns;
+    if (!planWholeConversion(int32_t(255 * down.heaviest() * across.heaviest()), down.bits() + across.bits(),
+                             factorProduct, columns) ||
+        !lanes.make(laneTaps, columns))
+        return false;
+    columns.rowSamples = 4 * sourceMacroPixels;
+
+    BoxWalk walk(sy);
+    for (int32_t i = 0; i < g.rows; ++i) {
+        const uint8_t* rows[kMaxRows];
+        uint16_t weights[kMaxRows];
+        int32_t n = 0;
+        forEachInBox(walk.next(), g.rowsLeft, [&](int64_t row, double w) {
+            rows[n] = g.src + row * g.srcStep;
+            weights[n++] = uint16_t(scaled(w, down.bits()));
+        });
+        box(rows, weights, n, columns, g.dst + i * g.dstStep);
+    }
+    return true;
+}
+
 }  // namespace
 
 IppStatus ownResizeYUV422Super(const Yuv422Geometry& g, int32_t sourceMacroPixels, double sx,
@@ -176,6 +247,7 @@ IppStatus ownResizeYUV422Super(const Yuv422Geometry& g, int32_t sourceMacroPixel
     listBoxes(sx, macroPixels, pairs, 4, nullptr, chromaList.get());
     const AcrossTable luma{lumaFirst.get(), lumaList.get()};
     const AcrossTable chroma{chromaFirst.get(), chromaList.get()};
+    if (superInWholeNumbers(g, sourceMacroPixels, sy, factorProduct, luma, chroma, passes.wholeBox)) return ippStsNoErr;
 
     const int32_t accumulators = 4 * sourceMacroPixels;  // one per source byte
     const bool whole = boxFraction(sx) == 0.0 && boxFraction(sy) == 0.0;

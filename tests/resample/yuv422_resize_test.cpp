@@ -388,7 +388,7 @@ void expectLevelsAgree(Source& src, const Call& call, IppiSize dstSize, int32_t 
     const std::vector<uint8_t> bytes = reference.buffer.bytes();
     for (uint8_t b : bytes)
         ASSERT_TRUE(fill != 3 || b == value || b == GuardedBuffer::kSentinel) << int(b) << " of " << int(value);
-    for (int level : {int(Isa::Sse2), int(Isa::Avx2), -1, -2}) {
+    for (int level : {int(Isa::Sse2), int(Isa::Avx2), int(Isa::Avx512), -1, -2}) {
         if (level >= 0 && !cpuSupports(Isa(level))) continue;
         SCOPED_TRACE(level == -1 ? "entry point" : level == -2 ? "negative step" : isaName(Isa(level)));
         Target dst(dstSize.width, dstSize.height, dstPadding, misalignment);
