@@ -63,7 +63,9 @@ public:
             for (int64_t i = 0; i < k; ++i) sample(i);
             int32_t r = int32_t(k % n_);
             int64_t pixel = st.first + p + int64_t(step_) * (k / n_);
-            for (; k + lanes_ <= count && pixel + int64_t(step_) * span_[r] < srcWidth; k += lanes_) {
+            // Without lanes (steps too long for any chunk to stay in the
+            // window) every sample goes one by one.
+            for (; lanes_ > 0 && k + lanes_ <= count && pixel + int64_t(step_) * span_[r] < srcWidth; k += lanes_) {
                 chunk(row, int32_t(pixel * n_ + r), srcWidth * n_, r, phase + k);
                 pixel += int64_t(step_) * advance_[r];
                 r = next_[r];
